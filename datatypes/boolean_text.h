@@ -1,0 +1,13 @@
+#pragma once
+
+// The words for true and false.
+
+#include <string_view>
+
+#include "datatypes/parsed.h"
+
+namespace kyv_internal {
+
+Parsed<bool> parseBoolean(std::string_view text);
+
+}  // namespace kyv_internal

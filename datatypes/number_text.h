@@ -1,0 +1,50 @@
+#pragma once
+
+// Integers and floats to and from text, independent of the locale.
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "datatypes/parsed.h"
+
+namespace kyv_internal {
+
+// One integer type's syntax: what differs is its range and its messages.
+struct IntegerRules {
+  std::int64_t minimum;
+  std::int64_t maximum;
+  bool digitAfterSign;  // a sign must be followed by a digit for the text to begin legally
+  const char* badBegin;
+  const char* badEnd;
+  const char* outOfRange;
+};
+
+extern const IntegerRules kInt16Rules;
+extern const IntegerRules kIntegerRules;
+extern const IntegerRules kLongRules;
+extern const IntegerRules kIntervalRules;
+
+// The whole text is an optional sign and decimal digits.
+Parsed<std::int64_t> parseInteger(std::string_view text, const IntegerRules& rules);
+
+// The whole text is a decimal number with optional fraction and exponent.
+Parsed<double> parseFloat(std::string_view text);
+
+// Writers: `out` has room for the longest text; they return its end and write no terminator.
+inline constexpr int kMaxIntegerText = 20;
+char* printInteger(std::int64_t value, char* out);
+// Exactly `digits` digits of `value`, with leading zeros.
+char* printPadded(std::uint64_t value, int digits, char* out);
+
+// As C prints with "%0.*f", a magnitude below the tolerance as zero, one above 1e80 with "%0.25g". Writes at most `room`
+// characters (a longer text is cut) and no terminator; returns the end.
+char* printFloat(double value, unsigned long places, double tolerance, char* out, std::size_t room);
+
+// 15 significant digits, with an exponent when the magnitude is at most 1e-15 or at least 1e16. At most 49 characters.
+char* printFloatShort(double value, char* out);
+
+// The fewest digits that read back to the same value, a whole number ending in ".0". At most 32 characters.
+char* printFloatExact(double value, char* out);
+
+}  // namespace kyv_internal

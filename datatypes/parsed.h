@@ -1,0 +1,23 @@
+#pragma once
+
+// What a text-to-value core gives, and the scanning helpers that the cores share.
+
+#include <string_view>
+
+namespace kyv_internal {
+
+// A value, or the static message that says why there is none. With an error the value is unspecified.
+template <class T>
+struct [[nodiscard]] Parsed {
+  T value{};
+  const char* error = nullptr;
+
+  static constexpr Parsed failure(const char* message) { return {T{}, message}; }
+};
+
+constexpr bool isDigit(char c) { return static_cast<unsigned char>(c - '0') <= 9; }
+
+// White space as the C library's isspace has it in the "C" locale.
+constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+}  // namespace kyv_internal

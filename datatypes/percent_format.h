@@ -1,0 +1,32 @@
+#pragma once
+
+// A "%"-style date and time format, compiled once and run for every value. Parsing follows the C library's strptime and
+// printing its strftime, both in the "C" locale and in UTC.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace kyv_internal {
+
+// Longest text that a format prints; a longer one prints nothing.
+inline constexpr std::size_t kMaxFormattedText = 1023;
+
+class PercentFormat {
+ public:
+  explicit PercentFormat(std::string_view format);
+
+  // The format is exactly "%s": a count of seconds instead of a calendar time.
+  bool isSeconds() const;
+
+  // Seconds since 1970-01-01 00:00:00 UTC of a text that matches to its end (white space may be left over). Fields that the
+  // format does not name stay at 1970-01-01 00:00:00.
+  std::optional<std::int64_t> parse(std::string_view text) const;
+
+  // Prints into `out`, which has room for kMaxFormattedText characters; no terminator. Seconds outside the calendar's years
+  // print as 1970-01-01 00:00:00. Returns the number of characters, 0 when the text would be too long.
+  std::size_t print(std::int64_t seconds, char* out) const;
+};
+
+}  // namespace kyv_internal

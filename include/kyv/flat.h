@@ -1,0 +1,156 @@
+#ifndef KYV_FLAT_H
+#define KYV_FLAT_H
+
+/* The flat layer: the library as plain functions, for C and for languages that call C.
+ *
+ * Handles: a create function gives a handle, the delete function of the same class destroys it; each class has a handle
+ * type of its own. Null: handles and texts are not checked for null unless a function says so. Strings: a `char*`
+ * result is a new array that deleteL10NMessage releases; a `const char*` result is static or belongs to the object and
+ * says how long it lasts. Records: from malloc; the caller frees them with free(). Errors: functions that take an error
+ * collector append messages to it; the result says whether there is one. Threads: a handle is used by one thread at a
+ * time, except error collectors, which lock themselves: rows on several threads may report into one. Create functions
+ * may be called from any thread. Exceptions: none leaves a function.
+ */
+
+#include <stdbool.h>
+
+#include "kyv/export.h"
+
+#ifdef __cplusplus
+class ConnectionRow;
+class ConnectionRowType;
+extern "C" {
+#else
+typedef struct ConnectionRow ConnectionRow;
+typedef struct ConnectionRowType ConnectionRowType;
+#endif
+
+typedef struct ConnectionRowHandle ConnectionRowHandle;
+typedef struct ConnectionErrorsHandle ConnectionErrorsHandle;
+
+/* --- Types -------------------------------------------------------------------------------------------------------- */
+
+/* The type code of a plain type number: 0 to 9 are themselves, any other number is timestamp. */
+KYV_EXPORT unsigned int getDataType(int number);
+/* The lower-case name of that type, as a new array. */
+KYV_EXPORT char* typeToString(int number);
+/* The upper-case name of that type, static. */
+KYV_EXPORT const char* typeToStringUpper(int number);
+/* Writes the default text of a packed value into `out`, terminated and cut to `outSize`. `swap` says that the value is
+ * in the other byte order; `zoneSuffix` appends "+00" to dates and times. Strings and binary values write nothing. */
+KYV_EXPORT void convertToString(unsigned int type, bool swap, bool zoneSuffix, unsigned char* data, char* out,
+                                unsigned long outSize);
+
+/* --- Error collectors --------------------------------------------------------------------------------------------- */
+
+KYV_EXPORT ConnectionErrorsHandle* createConnectionErrors(void);
+KYV_EXPORT void deleteConnectionErrors(ConnectionErrorsHandle* errors);
+/* True when the handle is null or holds no message. */
+KYV_EXPORT bool empty(ConnectionErrorsHandle* errors);
+/* Number of messages; 0 for null. */
+KYV_EXPORT int sizeConnectionErrors(ConnectionErrorsHandle* errors);
+/* Appends a copy of the message; nothing when either is null. */
+KYV_EXPORT void addGeneral(ConnectionErrorsHandle* errors, const char* message);
+/* Sets a parameter's message; nothing when one is null. */
+KYV_EXPORT void addParam(ConnectionErrorsHandle* errors, const char* parameter, const char* message);
+/* Stores all messages as one new text, a line each, and empties the collector. Without messages, or when either
+ * argument is null, nothing is stored. */
+KYV_EXPORT void getAdapterError(ConnectionErrorsHandle* errors, char** out);
+/* Empties the collector; nothing for null. */
+KYV_EXPORT void clearConnectionErrors(ConnectionErrorsHandle* errors);
+
+/* --- Localised messages ------------------------------------------------------------------------------------------- */
+
+/* Messages of the catalogue module "internal-adapters" in the language of the environment, parameters filled in.
+ * Without a catalogue, or for an id that it does not have: the id followed by the parameters, each after a blank. */
+KYV_EXPORT char* getL10NMessage(const char* id);
+KYV_EXPORT char* getL10NMessageWithParam(const char* id, const char* p1);
+KYV_EXPORT char* getL10NMessageWithTwoParams(const char* id, const char* p1, const char* p2);
+KYV_EXPORT char* getL10NMessageWithThreeParams(const char* id, const char* p1, const char* p2, const char* p3);
+KYV_EXPORT char* getL10NMessageWithFourParams(const char* id, const char* p1, const char* p2, const char* p3,
+                                              const char* p4);
+KYV_EXPORT char* getL10NMessageWithFiveParams(const char* id, const char* p1, const char* p2, const char* p3,
+                                              const char* p4, const char* p5);
+KYV_EXPORT char* getL10NMessageWithMultParams(const char* id, int count, char** params);
+/* Releases a text that a function of this header gave; nothing for null. */
+KYV_EXPORT void deleteL10NMessage(char* message);
+/* Opens the catalogue, once per process; the message functions call it. */
+KYV_EXPORT void init_i18n(void);
+/* Both 1, always. */
+KYV_EXPORT int checkErrorSeverity(void);
+KYV_EXPORT int getErrorSeverity(void);
+
+/* --- Schemas ------------------------------------------------------------------------------------------------------ */
+
+/* A stream's schema from its name, its number and `count` columns by name and type code; all texts are copied. */
+KYV_EXPORT ConnectionRowType** createConnectionRowType(const char* streamName, int streamId, int count,
+                                                       const char* const* columnNames, const unsigned int* types);
+/* Destroys schema and handle; nothing for null. Not after a row was given the schema to own: then
+ * releaseConnectionRowType. */
+KYV_EXPORT void deleteConnectionRowType(ConnectionRowType** type);
+/* Releases the handle alone, when a row owns the schema. */
+KYV_EXPORT void releaseConnectionRowType(ConnectionRowType** type);
+
+/* --- Rows --------------------------------------------------------------------------------------------------------- */
+
+/* A row of kind "RowByOrder", "RowByNames" or "RowCsv". Any other kind gives a handle without a row, which may only be
+ * deleted. */
+KYV_EXPORT ConnectionRowHandle* createConnectionRow(const char* kind);
+/* Deletes row and handle; nothing for null. */
+KYV_EXPORT void deleteConnectionRow(ConnectionRowHandle* row);
+
+KYV_EXPORT void clear(ConnectionRowHandle* row);
+KYV_EXPORT void clearData(ConnectionRowHandle* row);
+/* A new row of the same kind and settings: the row itself, not a handle. */
+KYV_EXPORT ConnectionRow* createNew(ConnectionRowHandle* row);
+
+KYV_EXPORT void setTimeFormat(ConnectionRowHandle* row, const char* format);
+KYV_EXPORT void setDateFormat(ConnectionRowHandle* row, const char* format);
+KYV_EXPORT void setTimestampFormat(ConnectionRowHandle* row, const char* format);
+KYV_EXPORT void setStreamName(ConnectionRowHandle* row, const char* name);
+/* Valid until the name changes or the row is deleted. */
+KYV_EXPORT const char* getStreamName(ConnectionRowHandle* row);
+/* With `own` the row deletes the schema in the end. A null `type` does nothing. */
+KYV_EXPORT void setStreamType(ConnectionRowHandle* row, ConnectionRowType** type, bool own);
+KYV_EXPORT ConnectionRowType* getStreamType(ConnectionRowHandle* row);
+
+/* Field texts belong to the row until the field changes or the data is cleared. */
+KYV_EXPORT bool getFieldAsStringWithKey(ConnectionRowHandle* row, const char* name, const char** out);
+KYV_EXPORT bool setFieldAsStringWithKey(ConnectionRowHandle* row, const char* name, const char* value);
+KYV_EXPORT bool getFieldAsStringWithIndex(ConnectionRowHandle* row, int index, const char** out);
+KYV_EXPORT bool setFieldAsStringWithIndex(ConnectionRowHandle* row, int index, const char* value);
+KYV_EXPORT bool appendFieldAsString(ConnectionRowHandle* row, const char* value);
+KYV_EXPORT char getOp(ConnectionRowHandle* row);
+KYV_EXPORT void setOp(ConnectionRowHandle* row, char letter);
+KYV_EXPORT const char* getFlagsAsString(ConnectionRowHandle* row);
+KYV_EXPORT void setFlagsAsString(ConnectionRowHandle* row, const char* flags);
+KYV_EXPORT int size(ConnectionRowHandle* row);
+
+KYV_EXPORT void setSeparator(ConnectionRowHandle* row, char separator);
+KYV_EXPORT void setWithService(ConnectionRowHandle* row, bool withService);
+KYV_EXPORT char* allocBuffer(ConnectionRowHandle* row, int size);
+KYV_EXPORT void setBuffer(ConnectionRowHandle* row, char* line);
+
+KYV_EXPORT void setRow(ConnectionRowHandle* row, void* record, int size);
+KYV_EXPORT void* allocRow(ConnectionRowHandle* row, int size);
+KYV_EXPORT void adoptRow(ConnectionRowHandle* row, void* record);
+KYV_EXPORT bool validate(ConnectionRowHandle* row, ConnectionErrorsHandle* errors);
+KYV_EXPORT void* getRow(ConnectionRowHandle* row);
+KYV_EXPORT int getRowSize(ConnectionRowHandle* row);
+
+/* A new record (free() releases it), or null with a message. `recordNo` is the caller's running record number. */
+KYV_EXPORT void* toRow(ConnectionRowHandle* row, unsigned long recordNo, ConnectionErrorsHandle* errors);
+/* Reads a record, which stays the caller's. False with a message on failure. */
+KYV_EXPORT bool fromRow(ConnectionRowHandle* row, void* record, unsigned long recordNo, ConnectionErrorsHandle* errors);
+
+/* Guaranteed delivery: the columns of these names carry the delivery key and the opcode. */
+KYV_EXPORT void enableGDMode(ConnectionRowHandle* row);
+KYV_EXPORT void setGDKeyColumnName(ConnectionRowHandle* row, const char* name);
+KYV_EXPORT void setOpcodeColumnName(ConnectionRowHandle* row, const char* name);
+KYV_EXPORT long long getGDKey(ConnectionRowHandle* row);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KYV_FLAT_H */
