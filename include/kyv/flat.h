@@ -9,7 +9,8 @@
  * says how long it lasts. Records: from malloc; the caller frees them with free(). Errors: functions that take an error
  * collector append messages to it; the result says whether there is one. Threads: a handle is used by one thread at a
  * time, except error collectors, which lock themselves: rows on several threads may report into one. Create functions
- * may be called from any thread. Exceptions: none leaves a function.
+ * may be called from any thread. Exceptions: none leaves a function; when memory is exhausted the result is null, false
+ * or 0, and a function without result has no effect.
  */
 
 #include <stdbool.h>

@@ -17,7 +17,7 @@ KYV_EXPORT std::string& toLowerString(std::string& text);
 KYV_EXPORT void splitString(const std::string& text, char separator, std::string& head, std::string& tail);
 
 // Appends each separated piece of `text` to `out` and returns the size of `out`. An empty text is one empty piece; a
-// NUL byte ends the text. `text` is written to while the function runs and is unchanged afterwards.
+// NUL byte ends the text. `text` must be the caller's own to write to; it is unchanged afterwards.
 KYV_EXPORT std::size_t splitString(std::string& text, char separator, std::vector<std::string>& out);
 
 // Replaces `out` by the parts with one separator between each two.
@@ -30,7 +30,7 @@ KYV_EXPORT void trimWhiteSpace(std::string& text);
 // Removes spaces (only those) at both ends, in place, and returns a copy of the result.
 KYV_EXPORT std::string trimSpace(std::string& text);
 
-// Formats like printf into a new string.
+// Formats like printf into a new string, which ends at the first NUL byte: a "%c" of 0 cuts the text.
 KYV_EXPORT std::string strprintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // True when `text` matches the POSIX extended regular expression anywhere; false for an invalid expression too. The
