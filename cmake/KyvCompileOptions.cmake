@@ -35,3 +35,12 @@ if(KYV_SANITIZE)
   add_compile_options(-fsanitize=${KYV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KYV_SANITIZE})
 endif()
+
+# Keeps a library's exported names to those that its own sources mark.
+function(kyv_hide_standard_library)
+  set(map ${PROJECT_SOURCE_DIR}/cmake/hide_standard_library.map)
+  foreach(library IN LISTS ARGN)
+    target_link_options(${library} PRIVATE -Wl,--version-script=${map})
+    set_property(TARGET ${library} APPEND PROPERTY LINK_DEPENDS ${map})
+  endforeach()
+endfunction()
