@@ -12,7 +12,8 @@ set_target_properties(kyv_system kyv_adapter_util PROPERTIES INSTALL_RPATH "$ORI
 set_target_properties(kyv_system PROPERTIES EXPORT_NAME system)
 set_target_properties(kyv PROPERTIES INSTALL_RPATH "$ORIGIN/${KYV_BIN_TO_LIB}")
 
-# The system library is a private dependency: users neither link it nor see its headers, but the linker must find it.
+# The system library is a private dependency: who uses only the adapter library does not link it, but the linker must find
+# it. Its header and its messages are installed by its own folder.
 install(TARGETS kyv_adapter_util kyv_system EXPORT kyv_adapter_util_targets)
 install(TARGETS kyv)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
