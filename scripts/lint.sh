@@ -5,12 +5,14 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 scripts/install_packages.sh build test check
+sources=("$@")
 [ $# -gt 0 ] || mapfile -t sources < <(git ls-files '*.c' '*.cpp' '*.h')
-[ $# -eq 0 ] || sources=("$@")
 
-clang-format --dry-run -Werror "${sources[@]}"
+status=0
+clang-format --dry-run -Werror "${sources[@]}" || status=1
 
 # clang-tidy reads each file's compiler options from the dev build's record of them.
 cmake --preset dev >/dev/null
 printf '%s\n' "${sources[@]}" | grep -E '^(connection|datatypes|platform|row2|services|tools)/.*\.cpp$' |
-  xargs --no-run-if-empty --max-procs="$(nproc)" --max-args=4 clang-tidy --quiet -p build/dev
+  xargs --no-run-if-empty --max-procs="$(nproc)" --max-args=4 clang-tidy --quiet -p build/dev || status=1
+exit $status
