@@ -7,7 +7,6 @@
 
 #include <pthread.h>
 
-#include <cstring>
 #include <memory>
 #include <string_view>
 
