@@ -31,14 +31,16 @@ Parsed<std::int64_t> parseInteger(std::string_view text, const IntegerRules& rul
 // The whole text is a decimal number with optional fraction and exponent.
 Parsed<double> parseFloat(std::string_view text);
 
-// Writers: `out` has room for the longest text; they return its end and write no terminator.
+// Writers: `out` has room for the longest text, all of which may be overwritten; they return the text's end and write
+// no terminator.
 inline constexpr int kMaxIntegerText = 20;
 char* printInteger(std::int64_t value, char* out);
-// Exactly `digits` digits of `value`, with leading zeros.
+// Exactly the last `digits` digits of `value`, with leading zeros. Writes nothing behind them.
 char* printPadded(std::uint64_t value, int digits, char* out);
 
-// As C prints with "%0.*f", a magnitude below the tolerance as zero, one above 1e80 with "%0.25g". Writes at most `room`
-// characters (a longer text is cut) and no terminator; returns the end.
+// As C prints with "%0.*f", a magnitude below the tolerance as zero, one above 1e80 with "%0.25g". Writes at most
+// `room` characters (a longer text is cut) and no terminator; returns the end. Room of 48 and more is filled the
+// fastest way.
 char* printFloat(double value, unsigned long places, double tolerance, char* out, std::size_t room);
 
 // 15 significant digits, with an exponent when the magnitude is at most 1e-15 or at least 1e16. At most 49 characters.

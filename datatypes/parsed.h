@@ -20,4 +20,17 @@ constexpr bool isDigit(char c) { return static_cast<unsigned char>(c - '0') <= 9
 // White space as the C library's isspace has it in the "C" locale.
 constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
+// The fewer characters that are white space to boolean and hexadecimal text.
+constexpr bool isPlainSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+constexpr bool isSign(char c) { return c == '-' || c == '+'; }
+
+// Removes a leading sign. True for "-".
+constexpr bool takeSign(std::string_view& text) {
+  if (text.empty() || !isSign(text.front())) return false;
+  const bool negative = text.front() == '-';
+  text.remove_prefix(1);
+  return negative;
+}
+
 }  // namespace kyv_internal
