@@ -19,11 +19,15 @@ constexpr std::uint64_t highWord(Coefficient c) {
 }
 constexpr std::uint64_t lowWord(Coefficient c) { return static_cast<std::uint64_t>(c); }
 
-// The coefficient of a text at `scale` places; places beyond it are dropped. Every failure has the one message.
+inline constexpr int kMaxDecimalScale = 63;
+
+// The coefficient of a text at `scale` (0 to 63, another fails) places: an optional sign, digits with at most one "."
+// among, before or behind them. Places beyond the scale are dropped. Every failure has the one message.
 Parsed<Coefficient> parseDecimal(std::string_view text, int precision, int scale);
 
 // All digits of the coefficient, the point before the last `scale` of them (0 to 63), no terminator. Returns the end.
-inline constexpr int kMaxDecimalText = 72;
+// What follows the text in a buffer of this size is overwritten too.
+inline constexpr int kMaxDecimalText = 80;
 char* printDecimal(Coefficient coefficient, int scale, char* out);
 
 }  // namespace kyv_internal
