@@ -1,0 +1,46 @@
+#include "datatypes/percent_format.h"
+
+#include <charconv>
+#include <cstring>
+
+#include "datatypes/civil_time.h"
+#include "datatypes/percent_printer.h"
+#include "datatypes/percent_reader.h"
+#include "kyv/data_value.h"
+
+namespace kyv_internal {
+
+static_assert(FixedTimeLayout::kPrintRoom <= kMaxFormattedText);
+
+PercentFormat::PercentFormat(std::string_view format)
+    : steps_(format), layout_(FixedTimeLayout::of(steps_.steps())), isSeconds_(format == "%s") {}
+
+std::optional<std::int64_t> PercentFormat::parse(std::string_view text) const {
+  if (layout_)
+    if (const std::optional<std::int64_t> seconds = layout_->parse(text)) return seconds;
+  const std::optional<std::tm> fields = parseFields(text);
+  if (!fields) return std::nullopt;
+  return secondsOf(*fields);
+}
+
+std::optional<std::tm> PercentFormat::parseFields(std::string_view text) const {
+  return readPercentSteps(steps_.steps(), text);
+}
+
+std::size_t PercentFormat::print(std::int64_t seconds, char* out) const {
+  if (isSeconds_) return static_cast<std::size_t>(std::to_chars(out, out + kMaxFormattedText, seconds).ptr - out);
+  const std::int64_t calendarSeconds = secondsOrEpoch(seconds);
+  if (layout_)
+    if (const std::size_t size = layout_->print(calendarSeconds, out)) return size;
+  return printPercentSteps(steps_, calendarSeconds, out);
+}
+
+}  // namespace kyv_internal
+
+const char* DataTypes::strptime(const char* text, const char* format, std::tm* out) {
+  const std::string_view view(text);
+  const auto fields = kyv_internal::PercentFormat(format).parseFields(view);
+  if (!fields) return nullptr;
+  *out = *fields;
+  return view.data() + view.size();
+}

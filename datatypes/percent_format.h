@@ -5,8 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string_view>
+
+#include "datatypes/fixed_time_layout.h"
+#include "datatypes/percent_steps.h"
 
 namespace kyv_internal {
 
@@ -18,15 +22,24 @@ class PercentFormat {
   explicit PercentFormat(std::string_view format);
 
   // The format is exactly "%s": a count of seconds instead of a calendar time.
-  bool isSeconds() const;
+  bool isSeconds() const { return isSeconds_; }
 
-  // Seconds since 1970-01-01 00:00:00 UTC of a text that matches to its end (white space may be left over). Fields that the
-  // format does not name stay at 1970-01-01 00:00:00.
+  // Seconds since 1970-01-01 00:00:00 UTC of a text that matches to its end (white space may be left over). Fields that
+  // the format does not name stay at 1970-01-01 00:00:00. A "%s" reads digits without a sign.
   std::optional<std::int64_t> parse(std::string_view text) const;
 
-  // Prints into `out`, which has room for kMaxFormattedText characters; no terminator. Seconds outside the calendar's years
-  // print as 1970-01-01 00:00:00. Returns the number of characters, 0 when the text would be too long.
+  // The same as broken-down time, with the fields as they were read: 30 February is not put right.
+  std::optional<std::tm> parseFields(std::string_view text) const;
+
+  // Prints into `out`, which has room for kMaxFormattedText characters; no terminator. Seconds outside the calendar's
+  // years print as 1970-01-01 00:00:00, but "%s" alone prints any count. Returns the number of characters, 0 when the
+  // text would be too long.
   std::size_t print(std::int64_t seconds, char* out) const;
+
+ private:
+  PercentSteps steps_;
+  std::optional<FixedTimeLayout> layout_;
+  bool isSeconds_;
 };
 
 }  // namespace kyv_internal

@@ -1,0 +1,126 @@
+#include "datatypes/fixed_time_layout.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "datatypes/civil_time.h"
+#include "datatypes/two_digits.h"
+
+namespace kyv_internal {
+
+namespace {
+
+// Eight characters are looked at together. In `pattern ^ text` a literal that matches is 0 and a digit is its value;
+// adding the slack sets the top bit of every other byte.
+using Word = std::uint64_t;
+constexpr std::size_t kWord = sizeof(Word);
+constexpr Word kTopBits = 0x8080808080808080;
+constexpr unsigned char kDigitSlack = 0x80 - 10;
+constexpr unsigned char kLiteralSlack = 0x80 - 1;
+
+Word loadWord(const void* from) {
+  Word word;
+  std::memcpy(&word, from, kWord);
+  return word;
+}
+
+// Year 1970, month and day 1, the rest 0.
+constexpr unsigned char kDefaultDigits[kWord] = {1, 9, 7, 0, 0, 1, 0, 0};
+
+int twoDigits(const unsigned char* digits) { return 10 * digits[0] + digits[1]; }
+
+}  // namespace
+
+std::optional<FixedTimeLayout> FixedTimeLayout::of(std::span<const Step> steps) {
+  FixedTimeLayout layout;
+  for (const Step& step : steps)
+    if (!layout.addStep(step)) return std::nullopt;
+  return layout;
+}
+
+bool FixedTimeLayout::addStep(const Step& step) {
+  if (step.print == kLiteral) return step.read != kNever && addCharacter(step.literal, kLiteralSlack);
+  if (step.read != step.print || step.pad || step.operand) return false;
+  switch (step.print) {
+    case 'Y':
+      return addField(kYear, 4);
+    case 'm':
+      return addField(kMonth, 2);
+    case 'd':
+      return addField(kDay, 2);
+    case 'H':
+      return addField(kHour, 2);
+    case 'M':
+      return addField(kMinute, 2);
+    case 'S':
+      return addField(kSecond, 2);
+    default:
+      return false;
+  }
+}
+
+bool FixedTimeLayout::addField(Field field, std::size_t digits) {
+  if (offsets_[field] < kMaxLength) return false;
+  offsets_[field] = static_cast<std::uint8_t>(length_);
+  for (std::size_t i = 0; i < digits; ++i)
+    if (!addCharacter('0', kDigitSlack)) return false;
+  return true;
+}
+
+bool FixedTimeLayout::addCharacter(char c, unsigned char slack) {
+  if (length_ == kMaxLength) return false;
+  pattern_[length_] = c;
+  slack_[length_] = slack;
+  ++length_;
+  return true;
+}
+
+bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
+  if (text.size() != length_) return false;
+  std::array<char, kWord> padded;  // a text shorter than a word, with what the pattern has behind it
+  const char* from = text.data();
+  if (length_ < kWord) {
+    std::copy_n(pattern_.begin(), kWord, padded.begin());
+    from = std::copy(text.begin(), text.end(), padded.begin()) - length_;
+  }
+  const std::size_t last = std::max(length_, kWord) - kWord;
+  Word wrong = 0;
+  for (std::size_t at = 0;; at = std::min(at + kWord, last)) {
+    const Word difference = loadWord(&pattern_[at]) ^ loadWord(from + at);
+    wrong |= difference | (difference + loadWord(&slack_[at]));
+    std::memcpy(&digits[at], &difference, kWord);
+    if (at == last) return (wrong & kTopBits) == 0;
+  }
+}
+
+std::optional<std::int64_t> FixedTimeLayout::parse(std::string_view text) const {
+  Digits digits;
+  std::memcpy(&digits[kNoYear], kDefaultDigits, kWord);
+  if (!match(text, digits)) return std::nullopt;
+  const auto field = [&](Field which) { return twoDigits(&digits[offsets_[which]]); };
+  const int month = field(kMonth), day = field(kDay), hour = field(kHour), minute = field(kMinute),
+            second = field(kSecond);
+  const int year = 100 * field(kYear) + twoDigits(&digits[offsets_[kYear] + 2]);
+  // 30 February and second 61 are counted on, as everywhere.
+  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 61) return std::nullopt;
+  return daysFromCivil(year, month, day) * kSecondsPerDay + 3600 * hour + 60 * minute + second;
+}
+
+std::size_t FixedTimeLayout::print(std::int64_t seconds, char* out) const {
+  const CivilTime time = civilTime(seconds);
+  if (time.date.year < 1000 || time.date.year > 9999) return 0;
+  const auto year = static_cast<unsigned int>(time.date.year);
+  const auto put = [&](std::size_t offset, int value) {
+    printTwoDigits(static_cast<unsigned int>(value), out + offset);
+  };
+  std::memcpy(out, pattern_.data(), kMaxLength);
+  printTwoDigits(year % 100, printTwoDigits(year / 100, out + offsets_[kYear]));
+  put(offsets_[kMonth], time.date.month);
+  put(offsets_[kDay], time.date.day);
+  put(offsets_[kHour], time.hour);
+  put(offsets_[kMinute], time.minute);
+  put(offsets_[kSecond], time.second);
+  return length_;
+}
+
+}  // namespace kyv_internal

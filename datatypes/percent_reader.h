@@ -1,0 +1,18 @@
+#pragma once
+
+// Reads a text by the steps of a format, as the C library's strptime does in the "C" locale.
+
+#include <ctime>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "datatypes/percent_steps.h"
+
+namespace kyv_internal {
+
+// The fields of a text that matches to its end, white space left over aside. What the format does not name stays at
+// 1970-01-01 00:00:00. The fields need not make a date: 30 February is kept as read.
+std::optional<std::tm> readPercentSteps(std::span<const Step> steps, std::string_view text);
+
+}  // namespace kyv_internal
