@@ -20,14 +20,14 @@ Parsed<std::int64_t> parseBigDateTime(std::string_view text, const PercentFormat
 // What follows a date-time when its fraction is zero.
 enum class ZeroFraction : bool { Printed, Omitted };
 
-// Value to text with a row's format. `out` has room for kMaxFormattedText characters; no terminator is written. They return
-// the number of characters.
+// Value to text with a row's format. `out` has room for kMaxFormattedText characters; no terminator is written. They
+// return the number of characters.
 std::size_t printDate(std::int64_t seconds, const PercentFormat& format, char* out);  // for times too
 std::size_t printTimestamp(std::int64_t millis, const PercentFormat& format, ZeroFraction zero, char* out);
 std::size_t printBigDateTime(std::int64_t micros, const PercentFormat& format, ZeroFraction zero, char* out);
 
-// The default texts "2009-02-13 23:31:30[.123[456]]" and "23:31:30", with "+00" behind when asked for. `out` has room for
-// kMaxDefaultTimeText characters; no terminator. They return the end.
+// The default texts "2009-02-13 23:31:30[.123[456]]" and "23:31:30", with "+00" behind when asked for. `out` has room
+// for kMaxDefaultTimeText characters; no terminator. They return the end.
 enum class ZoneSuffix : bool { No, Yes };
 inline constexpr std::size_t kMaxDefaultTimeText = 48;
 char* printDefaultDate(std::int64_t seconds, ZoneSuffix zone, char* out);

@@ -1,0 +1,193 @@
+#include "datatypes/datetime_text.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+#include "kyv/data_value.h"
+#include "services/malloc_ptr.h"
+
+namespace kyv_internal {
+namespace {
+
+constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kHighest = std::numeric_limits<std::int64_t>::max();
+constexpr const char* kUsual = "%Y-%m-%d %H:%M:%S";
+
+using Parse = Parsed<std::int64_t> (*)(std::string_view, const PercentFormat&);
+
+struct ParseCase {
+  Parse parse;
+  const char* format;
+  const char* text;
+  std::int64_t value;
+  const char* message = nullptr;
+};
+
+TEST(DatetimeText, ReadsValuesOrSaysWhyNot) {
+  constexpr const char* kNoDate = "date constant does not match format";
+  constexpr const char* kNoTime = "time constant does not match format";
+  constexpr const char* kNoTimestamp = "timestamp constant does not match format";
+  constexpr const char* kNoBigDateTime = "bigdatetime constant does not match format";
+  const ParseCase cases[] = {
+      {parseDate, kUsual, "2009-02-13 23:31:30", 1234567890},
+      {parseDate, kUsual, "2009-02-13 23:31:30 \t", 1234567890},
+      {parseDate, kUsual, "2009-02-13 23:31:30.5", 0, kNoDate},
+      {parseDate, kUsual, "", 0, kNoDate},
+      {parseDate, "%Y-%m-%d", "1969-12-31", -86400},
+      {parseDate, "%s", "-5", -5},
+      {parseDate, "%s", " \t+12abc", 12},
+      {parseDate, "%s", "9223372036854775807", kHighest},
+      {parseDate, "%s", "-9223372036854775808", kLowest},
+      {parseDate, "%s", "9223372036854775808", 0, "date constant does not match standard format"},
+      {parseDate, "%s", "", 0, "date constant does not match standard format"},
+      {parseDate, "%s", "+-1", 0, "date constant does not match standard format"},
+      {parseDate, "%s", "+", 0, "date constant does not match standard format"},
+      {parseDate, "%s ", "-5", 0, kNoDate},
+      {parseDate, "%s ", "5", 5},
+
+      {parseTime, "%H:%M:%S", "23:59:59", 86399},
+      {parseTime, "%H:%M:%S", "23:59:60", 86400},
+      {parseTime, "%H:%M:%S", "24:00:00", 0, kNoTime},
+      {parseTime, "%s", "x", 0, "time constant does not match standard format"},
+      {parseTime, "%s", "-9223372036854775809", 0, "time constant does not match standard format"},
+
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30", 1234567890000},
+      {parseTimestamp, "%Y-%m-%dT%H:%M:%S", "2000-01-01T00:00:00.12", 946684800120},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.1239", 1234567890123},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30. 1 2\t3", 1234567890123},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.", 1234567890000},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30 .5", 1234567890500},
+      {parseTimestamp, kUsual, "1969-12-31 23:59:59.999", -1},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.1x5", 1234567890001},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.x55", 1234567890000},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.-5", 1234567889950},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.+5", 1234567890050},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.--5", 1234567890000},
+      {parseTimestamp, kUsual, "2009-02-13 23:31:30.5.5", 0, kNoTimestamp},
+      // The last "." is the fraction's, whatever the format says.
+      {parseTimestamp, "%d.%m.%Y", "13.02.2009", 0, kNoTimestamp},
+      {parseTimestamp, "%d.%m.%Y", "13.02.2009.25", 1234483200250},
+      {parseTimestamp, "%s", "1234567890.123", 1234567890123},
+      {parseTimestamp, "%s", "-1.5", -500},
+      {parseTimestamp, "%s", "7x.5", 7500},
+      {parseTimestamp, "%s", ".5", 0, kNoTimestamp},
+      {parseTimestamp, "%s", "9223372036854775.807", kHighest},
+      {parseTimestamp, "%s", "9223372036854775.808", 0, "timestamp overflow"},
+      {parseTimestamp, "%s", "9223372036854776", 0, "timestamp overflow"},
+      {parseTimestamp, "%s", "-9223372036854775", -9223372036854775000},
+      {parseTimestamp, "%s", "-9223372036854775.-99", -9223372036854775099},
+      {parseTimestamp, "%s", "-9223372036854776.192", 0, "timestamp overflow"},
+      {parseTimestamp, "%s", "9223372036854775808", 0, "timestamp overflow"},
+      {parseTimestamp, "at %s", "at 9223372036854776", 0, "timestamp overflow"},
+      {parseTimestamp, "at %s", "at 9223372036854775808", 0, kNoTimestamp},
+
+      {parseBigDateTime, kUsual, "2009-02-13 23:31:30.5", 1234567890500000},
+      {parseBigDateTime, kUsual, "2009-02-13 23:31:30.1234567", 1234567890123456},
+      {parseBigDateTime, kUsual, "2009-02-13", 0, kNoBigDateTime},
+      {parseBigDateTime, "%s", "1234567890.123456", 1234567890123456},
+      {parseBigDateTime, "%s", "x", 0, kNoBigDateTime},
+      {parseBigDateTime, "%s", "9223372036854.775807", kHighest},
+      {parseBigDateTime, "%s", "9223372036854.775808", 0, "bigdatetime overflow"},
+      {parseBigDateTime, "%s", "9223372036855", 0, "bigdatetime overflow"},
+      {parseBigDateTime, "%s", "99999999999999999999", 0, "bigdatetime overflow"},
+  };
+  for (const ParseCase& row : cases) {
+    const Parsed<std::int64_t> parsed = row.parse(row.text, PercentFormat(row.format));
+    EXPECT_STREQ(parsed.error, row.message) << '"' << row.text << "\" as \"" << row.format << '"';
+    if (!parsed.error && !row.message) {
+      EXPECT_EQ(parsed.value, row.value) << '"' << row.text << "\" as \"" << row.format << '"';
+    }
+  }
+}
+
+std::string printed(std::size_t (*print)(std::int64_t, const PercentFormat&, ZeroFraction, char*), std::int64_t value,
+                    const std::string& format, ZeroFraction zero) {
+  std::array<char, kMaxFormattedText> out;
+  return {out.data(), print(value, PercentFormat(format), zero, out.data())};
+}
+
+TEST(DatetimeText, PrintsFractionsAfterTheFormat) {
+  struct Case {
+    std::int64_t count;
+    const char *format, *millis, *micros;
+  };
+  const Case cases[] = {
+      {1234567890123, kUsual, "2009-02-13 23:31:30.123", "1970-01-15 06:56:07.890123"},
+      {1234567890123, "%s", "1234567890.123", "1234567.890123"},
+      {-1, kUsual, "1969-12-31 23:59:59.999", "1969-12-31 23:59:59.999999"},
+      {-1, "%s", "-1.999", "-1.999999"},
+      {1'000'000, "%T", "00:16:40.000", "00:00:01.000000"},
+      {kLowest, "%Y %s", "-292275055 -9223372036854776.192", "-290308 -9223372036855.224192"},
+      {5, "", "", ""},
+  };
+  for (const Case& row : cases) {
+    EXPECT_EQ(printed(printTimestamp, row.count, row.format, ZeroFraction::Printed), row.millis) << row.count;
+    EXPECT_EQ(printed(printBigDateTime, row.count, row.format, ZeroFraction::Printed), row.micros) << row.count;
+  }
+  EXPECT_EQ(printed(printTimestamp, 1000, "%T", ZeroFraction::Omitted), "00:00:01");
+  EXPECT_EQ(printed(printBigDateTime, 1'000'001, "%T", ZeroFraction::Omitted), "00:00:01.000001");
+}
+
+TEST(DatetimeText, LeavesOutAFractionThatDoesNotFit) {
+  const auto size = [](auto print, std::size_t literal) {
+    return printed(print, 0, std::string(literal, 'x'), ZeroFraction::Printed).size();
+  };
+  EXPECT_EQ(size(printTimestamp, kMaxFormattedText - 4), kMaxFormattedText);
+  EXPECT_EQ(size(printTimestamp, kMaxFormattedText - 3), kMaxFormattedText - 3);
+  EXPECT_EQ(size(printBigDateTime, kMaxFormattedText - 7), kMaxFormattedText);
+  EXPECT_EQ(size(printBigDateTime, kMaxFormattedText - 6), kMaxFormattedText - 6);
+  EXPECT_EQ(size(printTimestamp, kMaxFormattedText + 1), 0U);
+}
+
+TEST(DatetimeText, PrintsDefaultTexts) {
+  struct Case {
+    char* (*print)(std::int64_t, ZoneSuffix, char*);
+    std::int64_t value;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {printDefaultDate, 1234567890, "2009-02-13 23:31:30"},
+      {printDefaultDate, -62198755200, "-001-01-01 00:00:00"},
+      {printDefaultDate, -62135596800, "0001-01-01 00:00:00"},
+      {printDefaultDate, 253402300800, "10000-01-01 00:00:00"},
+      {printDefaultDate, 67768036191676799, "2147485547-12-31 23:59:59"},
+      {printDefaultDate, -67768040609740800, "-2147481748-01-01 00:00:00"},
+      {printDefaultDate, kHighest, "1970-01-01 00:00:00"},
+      {printDefaultTime, 86399, "23:59:59"},
+      {printDefaultTime, -1, "23:59:59"},
+      {printDefaultTimestamp, -1, "1969-12-31 23:59:59.999"},
+      {printDefaultTimestamp, kLowest, "-292275055-05-16 16:47:04.192"},
+      {printDefaultBigDateTime, -1, "1969-12-31 23:59:59.999999"},
+  };
+  for (const Case& row : cases) {
+    std::array<char, kMaxDefaultTimeText> out;
+    EXPECT_EQ(std::string(out.data(), row.print(row.value, ZoneSuffix::No, out.data())), row.expected);
+    EXPECT_EQ(std::string(out.data(), row.print(row.value, ZoneSuffix::Yes, out.data())),
+              std::string(row.expected) + "+00");
+  }
+}
+
+TEST(DatetimeText, SplitsAtTheLastPointIntoBuffersOfTheCaller) {
+  struct Case {
+    const char *text, *datetime, *millis, *micros;
+  };
+  for (const Case& row : {Case{"a b", "a b", "000", "000000"}, Case{"a.b.12 34 5", "a.b", "123", "123450"},
+                          Case{".", "", "000", "000000"}, Case{"", "", "000", "000000"}}) {
+    for (const auto& [split, fraction] :
+         {std::pair{&DataTypes::splitTimestamp, row.millis}, std::pair{&DataTypes::splitBigdatetime, row.micros}}) {
+      char* datetimePart = nullptr;
+      char* fractionPart = nullptr;
+      ASSERT_TRUE(split(row.text, datetimePart, fractionPart));
+      const MallocPtr<char> ownsDatetime(datetimePart), ownsFraction(fractionPart);
+      EXPECT_STREQ(datetimePart, row.datetime);
+      EXPECT_STREQ(fractionPart, fraction);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kyv_internal
