@@ -1,0 +1,214 @@
+#include "kyv/record_printer.h"
+
+#include <cmath>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "connection/operation_code.h"
+#include "datatypes/hex_text.h"
+#include "datatypes/row_formats.h"
+#include "datatypes/value_codec.h"
+#include "row2/delimited_text.h"
+#include "row2/json_text.h"
+#include "row2/row_reader.h"
+
+namespace kyv {
+
+namespace {
+
+using kyv_internal::Kind;
+using kyv_internal::RowFormats;
+using kyv_internal::RowReader;
+using kyv_internal::StoredColumn;
+
+struct PrintedColumn {
+  unsigned int type;
+  std::string jsonKey;  // the name as a JSON string with a colon behind
+};
+
+std::string jsonKey(const char* name) {
+  ByteBuffer key;
+  kyv_internal::appendJsonString(name, key);
+  key.append(":");
+  return std::string(key.view());
+}
+
+std::vector<PrintedColumn> columnsOf(const ConnectionRowType& schema) {
+  std::vector<PrintedColumn> columns;
+  for (int i = 0; i < schema.getColumnCount(); ++i) {
+    columns.push_back({schema.getColumnType(i), jsonKey(schema.getColumnName(i))});
+  }
+  return columns;
+}
+
+// Appends a value that is neither a string nor binary and returns its text, which lies in `out`.
+std::string_view appendValue(const StoredColumn& column, const RowFormats& formats, ByteBuffer& out) {
+  char* const text = out.prepare(kyv_internal::kMaxValueText);
+  const std::size_t length = kyv_internal::printValue(column.type, column.value.data(), formats.of(column.kind()),
+                                                      kyv_internal::TextStyle::Exact, text);
+  out.commit(length);
+  return {text, length};
+}
+
+void appendHex(const StoredColumn& column, ByteBuffer& out) {
+  const auto bytes = kyv_internal::packedBytes(column.value);
+  char* const text = out.prepare(2 * bytes.size());
+  kyv_internal::printHex(bytes, text);
+  out.commit(2 * bytes.size());
+}
+
+// Appends a value other than a string; where its text would not stand as one field, because of a format or an unusual
+// separator, it is quoted.
+void appendDelimitedValue(const StoredColumn& column, const RowFormats& formats,
+                          const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
+  const std::size_t before = out.size();
+  if (column.kind() == Kind::Binary) {
+    appendHex(column, out);
+  } else {
+    appendValue(column, formats, out);
+  }
+  const std::string_view text = out.view().substr(before);
+  if (text.empty() || !delimited.needsQuotes(text)) return;
+  const std::string copy(text);
+  out.truncate(before);
+  delimited.append(copy, out);
+}
+
+void appendDelimitedColumn(const StoredColumn& column, const RowFormats& formats,
+                           const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
+  if (!column.present()) return;
+  if (column.kind() == Kind::String) {
+    delimited.append(kyv_internal::packedString(column.value), out);
+  } else {
+    appendDelimitedValue(column, formats, delimited, out);
+  }
+}
+
+// How a kind's values are written in JSON.
+enum class JsonForm { Bare, Number, Text };
+
+JsonForm jsonFormOf(Kind kind) {
+  switch (kind) {
+    case Kind::Int16:
+    case Kind::Integer:
+    case Kind::Long:
+    case Kind::Interval:
+    case Kind::Money:
+    case Kind::FixedDecimal:
+    case Kind::Boolean:
+      return JsonForm::Bare;
+    case Kind::Float:
+      return JsonForm::Number;
+    default:
+      return JsonForm::Text;
+  }
+}
+
+void appendJsonText(const StoredColumn& column, const RowFormats& formats, ByteBuffer& out) {
+  ByteBuffer text;
+  if (column.kind() == Kind::String) {
+    return kyv_internal::appendJsonString(kyv_internal::packedString(column.value), out);
+  }
+  if (column.kind() == Kind::Binary) {
+    appendHex(column, text);
+  } else {
+    appendValue(column, formats, text);
+  }
+  kyv_internal::appendJsonString(text.view(), out);
+}
+
+// JSON has no number that is infinite or none.
+bool isJsonNumber(const StoredColumn& column) { return std::isfinite(kyv_internal::load<double>(column.value.data())); }
+
+void appendJsonColumn(const StoredColumn& column, const RowFormats& formats, ByteBuffer& out) {
+  const JsonForm form = jsonFormOf(column.kind());
+  if (!column.present() || (form == JsonForm::Number && !isJsonNumber(column))) {
+    out.append("null");
+  } else if (form == JsonForm::Text) {
+    appendJsonText(column, formats, out);
+  } else {
+    appendValue(column, formats, out);
+  }
+}
+
+}  // namespace
+
+struct RecordPrinter::Parts {
+  explicit Parts(const ConnectionRowType& schema) : streamName(schema.getStreamName()), columns(columnsOf(schema)) {}
+
+  void appendDelimitedColumns(const RowReader& reader, ByteBuffer& out) const {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (i != 0) out.append({&separator, 1});
+      appendDelimitedColumn({columns[i].type, reader.column(i)}, formats, delimited, out);
+    }
+  }
+
+  void appendJsonColumns(const RowReader& reader, ByteBuffer& out) const {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (i != 0) out.append(",");
+      out.append(columns[i].jsonKey);
+      appendJsonColumn({columns[i].type, reader.column(i)}, formats, out);
+    }
+  }
+
+  std::string streamName;
+  std::vector<PrintedColumn> columns;
+  RowFormats formats;
+  char separator = ',';
+  kyv_internal::DelimitedText delimited{separator};
+  bool withService = false;
+};
+
+RecordPrinter::RecordPrinter(const ConnectionRowType& schema) : parts_(std::make_unique<Parts>(schema)) {}
+RecordPrinter::~RecordPrinter() = default;
+
+void RecordPrinter::setDateFormat(const char* format) { parts_->formats.date = kyv_internal::PercentFormat(format); }
+
+void RecordPrinter::setTimestampFormat(const char* format) {
+  parts_->formats.timestamp = kyv_internal::PercentFormat(format);
+}
+
+void RecordPrinter::setTimeFormat(const char* format) { parts_->formats.time = kyv_internal::PercentFormat(format); }
+
+void RecordPrinter::setSeparator(char separator) {
+  parts_->separator = separator;
+  parts_->delimited = kyv_internal::DelimitedText(separator);
+}
+
+void RecordPrinter::setWithService(bool withService) { parts_->withService = withService; }
+
+bool RecordPrinter::appendDelimited(const void* record, unsigned long recordNo, ConnectionErrors& errors,
+                                    ByteBuffer& out) {
+  const RowReader reader(record);
+  char letter;
+  if (!kyv_internal::printOperation(letter, reader.opcode(), recordNo, errors)) return false;
+  if (parts_->withService) {
+    const char service[] = {parts_->separator, letter, parts_->separator};
+    parts_->delimited.append(parts_->streamName, out);
+    out.append({service, sizeof service});
+  }
+  parts_->appendDelimitedColumns(reader, out);
+  out.append("\n");
+  return true;
+}
+
+bool RecordPrinter::appendJson(const void* record, unsigned long recordNo, ConnectionErrors& errors, ByteBuffer& out) {
+  const RowReader reader(record);
+  char letter;
+  if (!kyv_internal::printOperation(letter, reader.opcode(), recordNo, errors)) return false;
+  out.append("{");
+  if (parts_->withService) {
+    out.append("\"stream\":");
+    kyv_internal::appendJsonString(parts_->streamName, out);
+    const char operation[] = {',', '"', 'o', 'p', '"', ':', '"', letter, '"'};
+    out.append({operation, sizeof operation});
+    if (reader.shinesThrough()) out.append(",\"flags\":\"s\"");
+    if (!parts_->columns.empty()) out.append(",");
+  }
+  parts_->appendJsonColumns(reader, out);
+  out.append("}\n");
+  return true;
+}
+
+}  // namespace kyv

@@ -1,0 +1,116 @@
+#include "row2/row_builder.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <string>
+
+#include "datatypes/type_catalogue.h"
+#include "datatypes/value_codec.h"
+#include "kyv/string_utility.h"
+#include "row2/row2_layout.h"
+#include "services/malloc_ptr.h"
+
+namespace kyv_internal {
+
+namespace {
+
+using DALVON::Kyv::strprintf;
+
+constexpr std::size_t kMostBytes = std::numeric_limits<std::int32_t>::max();
+
+// Asks the schema for each column's type, once a row, and leaves it with the field for packing.
+std::size_t sizeRecord(const RowSource& source) {
+  std::size_t size = payloadOffset(source.fields.size());
+  for (std::size_t i = 0; i < source.fields.size(); ++i) {
+    RowField& field = source.fields[i];
+    if (field.data == nullptr) continue;
+    field.type = source.schema.getColumnType(static_cast<int>(i));
+    size += packedSize(field.type, field.text());
+  }
+  return size;
+}
+
+void writeHeader(unsigned char* record, std::size_t size, const RowSource& source) {
+  const std::uint32_t shine = source.shineThrough ? kShineThroughFlag : 0;
+  store(record + kLengthOffset, static_cast<std::int32_t>(size));
+  store(record + kOpcodeOffset, static_cast<std::int32_t>(source.operation));
+  store(record + kStreamIdOffset, static_cast<std::int32_t>(source.schema.getStreamId()));
+  store(record + kFlagsOffset, kHostByteOrderFlag | shine);
+  store(record + kCountsOffset, static_cast<std::uint32_t>(source.fields.size()) & kColumnCountMask);
+}
+
+void storeEntry(unsigned char* record, std::size_t index, std::size_t offset) {
+  store(record + entryOffset(index), static_cast<std::int32_t>(offset));
+}
+
+void reportColumn(const RowSource& source, std::size_t column, const char* message, ConnectionErrors& errors) {
+  const RowField& field = source.fields[column];
+  errors.addGeneral(strprintf("record %lu: Error converting data '%s'->%s for Stream '%s' Column '%s': %s",
+                              source.recordNo, std::string(field.text()).c_str(),
+                              DataTypes::typeToStringUpper(field.type), source.schema.getStreamName(),
+                              source.schema.getColumnName(static_cast<int>(column)), message));
+}
+
+// Packs the columns one after another behind the offset table.
+bool packColumns(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
+                 int& failedColumn) {
+  std::size_t position = payloadOffset(source.fields.size());
+  for (std::size_t i = 0; i < source.fields.size(); ++i) {
+    const RowField& field = source.fields[i];
+    if (field.data == nullptr) {
+      storeEntry(record, i, 0);
+      continue;
+    }
+    const Packed packed = packText(field.type, field.text(), source.formats.of(kindOf(field.type)), ByteOrder::Host,
+                                   {record + position, size - position});
+    if (packed.error != nullptr) {
+      failedColumn = static_cast<int>(i);
+      reportColumn(source, i, packed.error, errors);
+      return false;
+    }
+    storeEntry(record, i, position);
+    position += packed.bytes;
+  }
+  storeEntry(record, source.fields.size(), position);
+  return true;
+}
+
+// The size of the record, or 0 with a message when its length word could not hold it.
+std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
+  const std::size_t size = sizeRecord(source);
+  if (size <= kMostBytes && source.fields.size() <= kColumnCountMask) return size;
+  errors.addGeneral(strprintf("record %lu: too long for stream '%s', %zu bytes of at most %zu", source.recordNo,
+                              source.schema.getStreamName(), size, kMostBytes));
+  return 0;
+}
+
+bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
+                 int& failedColumn) {
+  writeHeader(record, size, source);
+  return packColumns(record, size, source, errors, failedColumn);
+}
+
+unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }
+
+}  // namespace
+
+void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
+  failedColumn = kNoColumn;
+  const std::size_t size = checkedSize(source, errors);
+  if (size == 0) return nullptr;
+  MallocPtr<unsigned char> record(static_cast<unsigned char*>(std::malloc(size)));
+  if (record == nullptr) throw std::bad_alloc();
+  return writeRecord(record.get(), size, source, errors, failedColumn) ? record.release() : nullptr;
+}
+
+bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out) {
+  failedColumn = kNoColumn;
+  const std::size_t size = checkedSize(source, errors);
+  if (size == 0 || !writeRecord(asBytes(out.prepare(size)), size, source, errors, failedColumn)) return false;
+  out.commit(size);
+  return true;
+}
+
+}  // namespace kyv_internal

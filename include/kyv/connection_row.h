@@ -102,7 +102,7 @@ class KYV_EXPORT ConnectionRow {
   virtual int getRowSize();
 
   // The external side as a new record, or null with a message. `recordNo` is the caller's running record number, which
-  // messages quote. The callback is not consulted. A null `errors` drops the messages.
+  // messages quote. The callback is not consulted.
   virtual void* toRow(ConnectionCallback* callback, unsigned long recordNo, ConnectionErrors& errors) = 0;
   virtual void* toRow(unsigned long recordNo, ConnectionErrors* errors) = 0;
   // Reads a well-formed record in host byte order. False with a message on failure.
@@ -115,6 +115,9 @@ class KYV_EXPORT ConnectionRow {
   virtual void setSequenceNumberColumnName(const char* name);
   virtual void setOpcodeColumnName(const char* name);
   virtual long long getSequenceNumber();  // the last one read from a record
+
+  // The stream name where the row keeps it; valid until the name changes.
+  const char* streamName() const { return streamName_.c_str(); }
 
   // Copies the stream name, the schema (a clone when `source` owns its own) and the three formats.
   void copyCommonFrom(ConnectionRow* source);

@@ -4,6 +4,7 @@
 // column i, a missing one a NULL column. It converts both ways.
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,10 @@
 
 namespace kyv_internal {
 class FieldList;
-}
+class PercentFormat;
+struct RowSource;
+struct StoredColumn;
+}  // namespace kyv_internal
 
 class KYV_EXPORT ConnectionRowByOrder : public ConnectionRow {
  public:
@@ -65,6 +69,21 @@ class KYV_EXPORT ConnectionRowByOrder : public ConnectionRow {
   int failedColumn() const { return failedColumn_; }
 
  private:
+  enum class ColumnRead { Field, Delivery, Failed };
+
+  // What a conversion to a record starts from; nothing, with a message, when this row cannot become one.
+  std::optional<kyv_internal::RowSource> source(unsigned long recordNo, ConnectionErrors& errors);
+
+  bool readColumns(const void* record, unsigned long recordNo, ConnectionErrors& errors);
+  ColumnRead readColumn(int column, const kyv_internal::StoredColumn& stored, unsigned long recordNo,
+                        ConnectionErrors& errors);
+  // Makes a column's text the next field; false when memory is exhausted.
+  bool storeNextField(const kyv_internal::StoredColumn& stored);
+  // The integer that a column's text begins with; nothing when memory is exhausted.
+  std::optional<long long> readInteger(const kyv_internal::StoredColumn& stored,
+                                       const kyv_internal::PercentFormat* format);
+
+  // In the order of the class's fields; additions follow.
   int textBytes_ = 0;
   std::unique_ptr<kyv_internal::FieldList> fields_;
   int fieldCount_ = 0;

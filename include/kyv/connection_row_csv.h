@@ -7,12 +7,18 @@
 // or double, loses both. An empty field is a NULL column. The line end (line feed, carriage return, both) does not
 // count.
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row.h"
 #include "kyv/export.h"
+
+namespace kyv_internal {
+struct RowField;
+struct RowSource;
+}  // namespace kyv_internal
 
 class KYV_EXPORT ConnectionRowCsv : public ConnectionRow {
  public:
@@ -45,10 +51,16 @@ class KYV_EXPORT ConnectionRowCsv : public ConnectionRow {
   int failedColumn() const { return failedColumn_; }
 
  private:
+  // Reads a line without its line end: what a conversion starts from, its fields lying in the line; nothing, with a
+  // message, when the line cannot become a record. `writable` is the line's first byte when it may be altered, else
+  // null.
+  std::optional<kyv_internal::RowSource> source(std::string_view line, char* writable, unsigned long recordNo,
+                                                ConnectionErrors& errors);
+
   char* buffer_ = nullptr;  // from malloc
   int capacity_ = 0;
   char separator_ = ',';
   bool withService_ = false;
   int failedColumn_ = -1;
-  std::vector<std::string_view> fields_;
+  std::vector<kyv_internal::RowField> fields_;  // of the line being converted
 };

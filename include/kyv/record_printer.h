@@ -6,10 +6,9 @@
 // in ".0"), and a timestamp or bigdatetime without fraction has no fraction.
 //
 // Records must be in host byte order; nothing outside a record's own length is read, whatever it holds.
-// Threads: not locked; one thread at a time. Several printers may share a schema.
+// Threads: not locked; one thread at a time.
 
 #include <memory>
-#include <string>
 
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row.h"
@@ -19,7 +18,7 @@ namespace kyv {
 
 class KYV_EXPORT RecordPrinter {
  public:
-  // The schema must outlive the printer.
+  // The schema is read here and not needed afterwards.
   explicit RecordPrinter(const ConnectionRowType& schema);
   ~RecordPrinter();
   RecordPrinter(const RecordPrinter&) = delete;
@@ -30,16 +29,18 @@ class KYV_EXPORT RecordPrinter {
   void setTimestampFormat(const char* format);
   void setTimeFormat(const char* format);
   void setSeparator(char separator);      // of delimited text; a comma unless set
-  void setWithService(bool withService);  // lines begin with the stream name and the opcode letter; not unless set
+  void setWithService(bool withService);  // lines tell the stream name and the operation; not unless set
 
   // Fields between separators, and a line feed. A NULL column is empty. A text is quoted when it is empty, holds a
-  // separator, a quote or a line end, or has a blank at either end; quotes in it are doubled. False with a message,
-  // `out` as before, when the record's operation has no letter or a value no text.
+  // separator, a quote or a line end, or has a blank at either end; quotes in it are doubled. With service, the stream
+  // name and the opcode letter come first. False with a message, `out` as before, when the record's operation has no
+  // letter.
   bool appendDelimited(const void* record, unsigned long recordNo, ConnectionErrors& errors, ByteBuffer& out);
 
-  // One object and a line feed: {"op":"p","Id":7,"Name":"x"}, with "flags":"s" after the operation for a shine-through
-  // row. Integers, floats, money and decimals are numbers, booleans true or false, NULL null, everything else text.
-  // Bytes that are not UTF-8 become U+FFFD.
+  // One object and a line feed: {"Id":7,"Name":"x"}; with service {"stream":"Trades","op":"p","Id":7,"Name":"x"}, and
+  // "flags":"s" behind the operation of a shine-through row. Integers, floats, money and decimals are numbers, booleans
+  // true or false, NULL and floats that are no number null, everything else text. Bytes that are not UTF-8 become
+  // U+FFFD.
   bool appendJson(const void* record, unsigned long recordNo, ConnectionErrors& errors, ByteBuffer& out);
 
  private:

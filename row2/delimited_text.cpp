@@ -1,0 +1,43 @@
+#include "row2/delimited_text.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace kyv_internal {
+
+namespace {
+
+constexpr char kQuote = '"';
+
+void appendQuoted(std::string_view text, kyv::ByteBuffer& out) {
+  char* const begin = out.prepare(2 * text.size() + 2);
+  char* end = begin;
+  *end++ = kQuote;
+  for (const char c : text) {
+    if (c == kQuote) *end++ = kQuote;
+    *end++ = c;
+  }
+  *end++ = kQuote;
+  out.commit(static_cast<std::size_t>(end - begin));
+}
+
+}  // namespace
+
+DelimitedText::DelimitedText(char separator) : separator_(separator) {
+  for (const char c : {separator, kQuote, '\n', '\r'}) special_[static_cast<unsigned char>(c)] = true;
+}
+
+bool DelimitedText::needsQuotes(std::string_view text) const {
+  if (text.empty() || text.front() == ' ' || text.back() == ' ') return true;
+  return std::any_of(text.begin(), text.end(), [this](char c) { return isSpecial(c); });
+}
+
+void DelimitedText::append(std::string_view text, kyv::ByteBuffer& out) const {
+  if (needsQuotes(text)) {
+    appendQuoted(text, out);
+  } else {
+    out.append(text);
+  }
+}
+
+}  // namespace kyv_internal

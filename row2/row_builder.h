@@ -1,0 +1,34 @@
+#pragma once
+
+// Fields in, record out: the only writer of records. All rows size, allocate, pack and report through it.
+
+#include <cstddef>
+#include <span>
+
+#include "datatypes/row_formats.h"
+#include "kyv/byte_buffer.h"
+#include "kyv/connection_row.h"
+#include "row2/row_field.h"
+
+namespace kyv_internal {
+
+inline constexpr int kNoColumn = -1;
+
+// One row on its way to a record. All that it points at outlives the conversion.
+struct RowSource {
+  const ConnectionRowType& schema;
+  const RowFormats& formats;
+  std::span<RowField> fields;  // one a column of the schema
+  StreamInterface::StreamOperations operation;
+  bool shineThrough;
+  unsigned long recordNo;  // quoted in messages
+};
+
+// The record in memory from malloc, which the caller frees; or null with one message, and the column whose text did not
+// convert in `failedColumn` (kNoColumn when none did not).
+void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn);
+
+// The same record behind what `out` holds. On failure `out` is as before.
+bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out);
+
+}  // namespace kyv_internal
