@@ -1,0 +1,271 @@
+#include "kyv/connection_row_by_order.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <span>
+
+#include "connection/field_list.h"
+#include "connection/operation_code.h"
+#include "datatypes/hex_text.h"
+#include "datatypes/row_formats.h"
+#include "datatypes/value_codec.h"
+#include "kyv/string_utility.h"
+#include "row2/row_builder.h"
+#include "row2/row_reader.h"
+
+namespace {
+
+using DALVON::Kyv::strprintf;
+using kyv_internal::FieldList;
+using kyv_internal::Kind;
+using kyv_internal::PercentFormat;
+using kyv_internal::StoredColumn;
+
+constexpr char kDefaultOperation = 'p';
+constexpr char kShineText[] = "s";
+
+bool assignHex(std::span<const unsigned char> bytes, FieldList& fields, std::size_t index) {
+  char* const text = fields.prepare(index, 2 * bytes.size());
+  if (text != nullptr) kyv_internal::printHex(bytes, text);
+  return text != nullptr;
+}
+
+// Makes a value's text a field; false when memory is exhausted.
+bool assignValue(const StoredColumn& column, const PercentFormat* format, FieldList& fields, std::size_t index) {
+  const Kind kind = column.kind();
+  if (kind == Kind::String) return fields.assign(index, kyv_internal::packedString(column.value));
+  if (kind == Kind::Binary) return assignHex(kyv_internal::packedBytes(column.value), fields, index);
+  char text[kyv_internal::kMaxValueText];
+  const std::size_t length =
+      kyv_internal::printValue(column.type, column.value.data(), format, kyv_internal::TextStyle::Row, text);
+  return fields.assign(index, {text, length});
+}
+
+// The part of a conversion message that says which column of which stream it is about.
+std::string aboutColumn(const ConnectionRowType& schema, int column, unsigned int type) {
+  return strprintf("Error converting %s data for Stream '%s' Column '%s'", DataTypes::typeToStringUpper(type),
+                   schema.getStreamName(), schema.getColumnName(column));
+}
+
+}  // namespace
+
+ConnectionRowByOrder::ConnectionRowByOrder() : fields_(std::make_unique<FieldList>()) {}
+
+ConnectionRowByOrder::~ConnectionRowByOrder() { std::free(flags_); }
+
+void ConnectionRowByOrder::clear() {
+  ConnectionRowByOrder::clearData();
+  ConnectionRow::clear();
+}
+
+void ConnectionRowByOrder::clearData() {
+  fields_->clear(static_cast<std::size_t>(fieldCount_));
+  fieldCount_ = 0;
+  textBytes_ = 0;
+  op_ = kDefaultOperation;
+  std::free(flags_);
+  flags_ = nullptr;
+}
+
+ConnectionRow* ConnectionRowByOrder::createNew() {
+  auto row = std::make_unique<ConnectionRowByOrder>();
+  row->copyCommonFrom(this);
+  return row.release();
+}
+
+bool ConnectionRowByOrder::getFieldAsString(int index, const char** out) {
+  *out = index < fieldCount_ ? fields_->text(static_cast<std::size_t>(index)) : nullptr;
+  return *out != nullptr;
+}
+
+bool ConnectionRowByOrder::getFieldAsString(int index, std::string& out) {
+  const char* text = nullptr;
+  const bool present = getFieldAsString(index, &text);
+  out = present ? text : "";
+  return present;
+}
+
+bool ConnectionRowByOrder::setField(int index, std::string_view value) {
+  if (index < 0) return false;
+  const auto position = static_cast<std::size_t>(index);
+  fields_->extend(position + 1);
+  fieldCount_ = std::max(fieldCount_, index + 1);
+  if (value.data() == nullptr) {
+    fields_->setNull(position);
+    return true;
+  }
+  if (!fields_->assign(position, value)) throw std::bad_alloc();
+  textBytes_ += static_cast<int>(value.size() + 1);
+  return true;
+}
+
+bool ConnectionRowByOrder::setFieldAsString(int index, const char* value) {
+  return setField(index, value == nullptr ? std::string_view() : std::string_view(value));
+}
+
+bool ConnectionRowByOrder::setFieldAsString(int index, const std::string& value) {
+  return setFieldAsString(index, value.c_str());
+}
+
+bool ConnectionRowByOrder::appendFieldAsString(const char* value) { return setFieldAsString(fieldCount_, value); }
+
+bool ConnectionRowByOrder::appendFieldAsString(const std::string& value) {
+  return setFieldAsString(fieldCount_, value);
+}
+
+char ConnectionRowByOrder::getOp() const { return op_; }
+void ConnectionRowByOrder::setOp(char letter) { op_ = letter; }
+const char* ConnectionRowByOrder::getFlagsAsString() const { return flags_ != nullptr ? flags_ : ""; }
+
+bool ConnectionRowByOrder::setFlagsAsString(const char* flags) {
+  char* const copy = flags != nullptr ? strdup(flags) : nullptr;
+  if (flags != nullptr && copy == nullptr) throw std::bad_alloc();
+  std::free(flags_);
+  flags_ = copy;
+  return true;
+}
+
+int ConnectionRowByOrder::size() const { return fieldCount_; }
+
+// What toRow checks before it converts; nothing when a check fails, with its message.
+std::optional<kyv_internal::RowSource> ConnectionRowByOrder::source(unsigned long recordNo, ConnectionErrors& errors) {
+  if (streamType_ == nullptr) {
+    errors.addGeneral(strprintf("record %lu: no stream specified", recordNo));
+    return std::nullopt;
+  }
+  const int columns = streamType_->getColumnCount();
+  StreamInterface::StreamOperations operation;
+  bool shineThrough = false;
+  if (!kyv_internal::parseOperation(operation, op_, recordNo, errors)) return std::nullopt;
+  if (!kyv_internal::parseFlags(shineThrough, flags_, recordNo, errors)) return std::nullopt;
+  if (fieldCount_ != columns) {
+    errors.addGeneral(strprintf("record %lu: wrong number fields for stream '%s', have %d, need %d", recordNo,
+                                streamType_->getStreamName(), fieldCount_, columns));
+    return std::nullopt;
+  }
+  return kyv_internal::RowSource{*streamType_, *formats_,    fields_->fields(static_cast<std::size_t>(fieldCount_)),
+                                 operation,    shineThrough, recordNo};
+}
+
+void* ConnectionRowByOrder::toRow(ConnectionCallback*, unsigned long recordNo, ConnectionErrors& errors) {
+  failedColumn_ = kyv_internal::kNoColumn;
+  const auto row = source(recordNo, errors);
+  return row ? kyv_internal::buildRecord(*row, errors, failedColumn_) : nullptr;
+}
+
+void* ConnectionRowByOrder::toRow(unsigned long recordNo, ConnectionErrors* errors) {
+  return toRow(nullptr, recordNo, *errors);
+}
+
+bool ConnectionRowByOrder::appendRow(unsigned long recordNo, ConnectionErrors& errors, kyv::ByteBuffer& out) {
+  failedColumn_ = kyv_internal::kNoColumn;
+  const auto row = source(recordNo, errors);
+  return row && kyv_internal::appendRecord(*row, errors, failedColumn_, out);
+}
+
+bool ConnectionRowByOrder::fromRow(void* record, ConnectionCallback*, unsigned long recordNo,
+                                   ConnectionErrors& errors) {
+  clearData();
+  if (record == nullptr) return false;
+  if (streamType_ == nullptr) {
+    errors.addGeneral(strprintf("record %lu: no stream specified", recordNo));
+    return false;
+  }
+  if (readColumns(record, recordNo, errors)) return true;
+  clearData();  // a failed conversion leaves an empty row
+  return false;
+}
+
+bool ConnectionRowByOrder::fromRow(void* record, unsigned long recordNo, ConnectionErrors* errors) {
+  return fromRow(record, nullptr, recordNo, *errors);
+}
+
+bool ConnectionRowByOrder::readColumns(const void* record, unsigned long recordNo, ConnectionErrors& errors) {
+  const kyv_internal::RowReader reader(record);
+  if (!kyv_internal::printOperation(op_, reader.opcode(), recordNo, errors)) return false;
+  if (reader.shinesThrough()) {
+    setFlagsAsString(kShineText);
+    textBytes_ += static_cast<int>(sizeof kShineText);
+  }
+  const int columns = streamType_->getColumnCount();
+  fields_->extend(static_cast<std::size_t>(std::max(columns, 0)));
+  for (int i = 0; i < columns; ++i) {
+    const StoredColumn stored{streamType_->getColumnType(i), reader.column(static_cast<std::size_t>(i))};
+    const ColumnRead read = gdMode_ ? readColumn(i, stored, recordNo, errors) : ColumnRead::Field;
+    if (read == ColumnRead::Failed) return false;
+    if (read == ColumnRead::Delivery || storeNextField(stored)) continue;
+    errors.addGeneral(strprintf("record %lu: %s", recordNo, aboutColumn(*streamType_, i, stored.type).c_str()));
+    return false;
+  }
+  return true;
+}
+
+// In guaranteed-delivery mode: takes the sequence number or the opcode out of a column that carries one. A null column
+// leaves them as they are.
+ConnectionRowByOrder::ColumnRead ConnectionRowByOrder::readColumn(int column, const StoredColumn& stored,
+                                                                  unsigned long recordNo, ConnectionErrors& errors) {
+  const std::string_view name = streamType_->getColumnName(column);
+  const bool isSequenceNumber = name == sequenceNumberColumnName_;
+  if (!isSequenceNumber && name != opcodeColumnName_) return ColumnRead::Field;
+  if (!stored.present()) return ColumnRead::Delivery;
+  const std::optional<long long> number = readInteger(stored, formats_->of(stored.kind()));
+  if (!number) {
+    errors.addGeneral(strprintf("record %lu: %s", recordNo, aboutColumn(*streamType_, column, stored.type).c_str()));
+    return ColumnRead::Failed;
+  }
+  if (isSequenceNumber) {
+    sequenceNumber_ = *number;
+    return ColumnRead::Delivery;
+  }
+  const bool known = kyv_internal::printOperation(op_, static_cast<int>(*number), recordNo, errors);
+  return known ? ColumnRead::Delivery : ColumnRead::Failed;
+}
+
+bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored) {
+  const auto position = static_cast<std::size_t>(fieldCount_);
+  if (!stored.present()) {
+    fields_->setNull(position);
+  } else if (!assignValue(stored, formats_->of(stored.kind()), *fields_, position)) {
+    return false;
+  } else {
+    textBytes_ += static_cast<int>(fields_->fields(position + 1)[position].size + 1);
+  }
+  ++fieldCount_;
+  return true;
+}
+
+// The next field's memory serves for the text; that field stays null.
+std::optional<long long> ConnectionRowByOrder::readInteger(const StoredColumn& stored, const PercentFormat* format) {
+  const auto position = static_cast<std::size_t>(fieldCount_);
+  fields_->extend(position + 1);
+  if (!assignValue(stored, format, *fields_, position)) return std::nullopt;
+  const long long number = std::strtoll(fields_->text(position), nullptr, 10);
+  fields_->setNull(position);
+  return number;
+}
+
+bool ConnectionRowByOrder::getSequenceNumberfromRow(void* record, ConnectionErrors* errors) {
+  clearData();
+  if (record == nullptr) return false;
+  if (streamType_ == nullptr) {
+    errors->addGeneral("No stream specified");
+    return false;
+  }
+  if (!gdMode_) return true;
+  const kyv_internal::RowReader reader(record);
+  for (int i = 0; i < streamType_->getColumnCount(); ++i) {
+    if (sequenceNumberColumnName_ != streamType_->getColumnName(i)) continue;
+    const StoredColumn stored{streamType_->getColumnType(i), reader.column(static_cast<std::size_t>(i))};
+    if (!stored.present()) continue;
+    const auto format = kyv_internal::compiledFormat(stored.kind(), {});  // none were given
+    const std::optional<long long> number = readInteger(stored, format ? &*format : nullptr);
+    if (!number) {
+      errors->addGeneral(aboutColumn(*streamType_, i, stored.type));
+      return false;
+    }
+    sequenceNumber_ = *number;
+  }
+  return true;
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+// The parts of one delimited line: its end, its fields, their quotes. Knows no schema.
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include "row2/row_field.h"
+
+namespace kyv_internal {
+
+// The line without a trailing line feed and a carriage return before it, or without a lone trailing carriage return.
+std::string_view withoutLineEnd(std::string_view line);
+
+// A text that begins and ends with the same quote, single or double, without the two. A lone quote is kept.
+std::string_view withoutQuotes(std::string_view text);
+
+// Splits a line at each separator into at most `fields.size()` fields, quotes removed, an empty one NULL. Returns how
+// many the line has, which is the separators plus one; counting stops at one more than there is room for. `writable` is
+// the line's first byte when closing quotes shall be overwritten with terminators, or null when the line stays as it
+// is.
+std::size_t splitFields(std::string_view line, char* writable, char separator, std::span<RowField> fields);
+
+}  // namespace kyv_internal

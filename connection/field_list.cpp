@@ -1,0 +1,67 @@
+#include "connection/field_list.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace kyv_internal {
+
+namespace {
+
+constexpr std::size_t kSmallestText = 32;       // bytes first allocated for a field
+constexpr std::size_t kLargestKeptText = 4096;  // bytes kept for the next text
+
+}  // namespace
+
+FieldList::~FieldList() {
+  for (const Storage& storage : storage_) std::free(storage.memory);
+}
+
+void FieldList::grow(std::size_t count) {
+  storage_.resize(count);
+  fields_.resize(count);
+}
+
+bool FieldList::makeRoom(std::size_t index, std::size_t size, MallocPtr<char>& replaced) {
+  Storage& storage = storage_[index];
+  if (storage.capacity > size) return true;
+  const std::size_t capacity = std::max({kSmallestText, size + 1, storage.capacity * 2});
+  char* const memory = static_cast<char*>(std::malloc(capacity));
+  if (memory == nullptr) {
+    fields_[index] = {};
+    return false;
+  }
+  replaced.reset(storage.memory);
+  storage = {memory, capacity};
+  return true;
+}
+
+bool FieldList::assign(std::size_t index, std::string_view text) {
+  MallocPtr<char> replaced;
+  if (!makeRoom(index, text.size(), replaced)) return false;
+  char* const memory = storage_[index].memory;
+  std::memmove(memory, text.data(), text.size());
+  memory[text.size()] = 0;
+  fields_[index] = {memory, text.size(), 0};
+  return true;
+}
+
+char* FieldList::prepare(std::size_t index, std::size_t size) {
+  MallocPtr<char> replaced;
+  if (!makeRoom(index, size, replaced)) return nullptr;
+  char* const memory = storage_[index].memory;
+  memory[size] = 0;
+  fields_[index] = {memory, size, 0};
+  return memory;
+}
+
+void FieldList::clear(std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    fields_[i] = {};
+    if (storage_[i].capacity <= kLargestKeptText) continue;
+    std::free(storage_[i].memory);
+    storage_[i] = {};
+  }
+}
+
+}  // namespace kyv_internal

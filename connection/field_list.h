@@ -1,0 +1,62 @@
+#pragma once
+
+// The texts of an ordered row's fields, each owned, terminated and at an address that stays while the text does. A
+// text's memory is kept when the field is cleared and used again for the next text of that field, so that a row in use
+// allocates nothing; only uncommonly long texts are given back.
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "row2/row_field.h"
+#include "services/malloc_ptr.h"
+
+namespace kyv_internal {
+
+class FieldList {
+ public:
+  FieldList() = default;
+  FieldList(const FieldList&) = delete;
+  FieldList& operator=(const FieldList&) = delete;
+  ~FieldList();
+
+  // The first `count` fields, one per position.
+  std::span<RowField> fields(std::size_t count) { return {fields_.data(), count}; }
+
+  // The text of a field, terminated, or null.
+  const char* text(std::size_t index) const { return fields_[index].data; }
+
+  // At least `count` fields; new ones are null.
+  void extend(std::size_t count) {
+    if (count > fields_.size()) grow(count);
+  }
+
+  // Makes a copy of the text the field's text; false, and a null field, when memory is exhausted. The text may lie in
+  // the field itself.
+  [[nodiscard]] bool assign(std::size_t index, std::string_view text);
+
+  // Room for a text of `size` characters, terminated already, which is the field's text from now on; null, and a null
+  // field, when memory is exhausted.
+  [[nodiscard]] char* prepare(std::size_t index, std::size_t size);
+
+  void setNull(std::size_t index) { fields_[index] = {}; }
+
+  // Makes the first `count` fields null.
+  void clear(std::size_t count);
+
+ private:
+  struct Storage {
+    char* memory = nullptr;  // from malloc
+    std::size_t capacity = 0;
+  };
+
+  void grow(std::size_t count);
+  // Sees to memory for `size` characters and a terminator; what the field had before is in `replaced` when that is new.
+  bool makeRoom(std::size_t index, std::size_t size, MallocPtr<char>& replaced);
+
+  std::vector<RowField> fields_;
+  std::vector<Storage> storage_;  // one for each field
+};
+
+}  // namespace kyv_internal
