@@ -1,0 +1,163 @@
+// Counts every request for memory of the process, the C and C++ libraries' own included, by standing in front of the
+// allocator. It is a program of its own for that reason; sanitizers bring their own allocator and leave it out.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "kyv/byte_buffer.h"
+#include "kyv/connection_row_by_order.h"
+#include "kyv/connection_row_csv.h"
+#include "kyv/data_types.h"
+#include "kyv/stream_schema.h"
+
+namespace {
+long allocations = 0;
+}
+
+// The C library's own allocator under its other names.
+extern "C" {
+void* __libc_malloc(std::size_t bytes);
+void* __libc_calloc(std::size_t count, std::size_t bytes);
+void* __libc_realloc(void* block, std::size_t bytes);
+
+void* malloc(std::size_t bytes) noexcept {
+  ++allocations;
+  return __libc_malloc(bytes);
+}
+
+void* calloc(std::size_t count, std::size_t bytes) noexcept {
+  ++allocations;
+  return __libc_calloc(count, bytes);
+}
+
+void* realloc(void* block, std::size_t bytes) noexcept {
+  ++allocations;
+  return __libc_realloc(block, bytes);
+}
+}
+
+namespace {
+
+constexpr int kRows = 100;
+
+// One column of every type, and what each holds.
+struct Cell {
+  kyv::StreamColumn column;
+  const char* text;
+};
+
+const std::vector<Cell> kCells = {
+    {{"Small", DataTypes::kInt16}, "-12"},
+    {{"Count", DataTypes::kInteger}, "100000"},
+    {{"Id", DataTypes::kLong}, "1000000007"},
+    {{"Price", DataTypes::kFloat}, "101.123456"},
+    {{"Day", DataTypes::kDate}, "2024-01-02 00:00:00"},
+    {{"Name", DataTypes::kString}, "a name that is longer than a short string"},
+    {{"Amount", DataTypes::kMoney2}, "1234567.89"},
+    {{"At", DataTypes::kTimestamp}, "2024-01-02 09:30:00.125"},
+    {{"Flag", DataTypes::kBoolean}, "true"},
+    {{"Gap", DataTypes::kInterval}, "250"},
+    {{"Moment", DataTypes::kBigDateTime}, "2024-01-02 09:30:00.123456"},
+    {{"Blob", DataTypes::kBinary}, "00FF10AB"},
+    {{"Hour", DataTypes::kTime}, "09:30:00"},
+    {{"Exact", DataTypes::createFixedDecimal(20, 4)}, "1234567890.1234"},
+    {{"Nothing", DataTypes::kLong}, nullptr},
+};
+
+kyv::StreamSchema schemaOfCells() {
+  std::vector<kyv::StreamColumn> columns;
+  for (const Cell& cell : kCells) columns.push_back(cell.column);
+  return {"Cells", 1, columns};
+}
+
+std::string lineOfCells() {
+  std::string line;
+  for (const Cell& cell : kCells) {
+    if (&cell != &kCells.front()) line += ',';
+    if (cell.text != nullptr) line += cell.text;
+  }
+  return line;
+}
+
+class Allocations : public testing::Test {
+ protected:
+  // Allocations a call after a first one, which may set up what is kept.
+  template <class Call>
+  static double perCall(Call call) {
+    call();
+    const long before = allocations;
+    for (int row = 0; row < kRows; ++row) call();
+    return static_cast<double>(allocations - before) / kRows;
+  }
+
+  void setFields(ConnectionRowByOrder& row) {
+    row.clearData();
+    for (const Cell& cell : kCells) row.appendFieldAsString(cell.text);
+  }
+
+  kyv::StreamSchema schema_ = schemaOfCells();
+  ConnectionErrors errors_;
+  kyv::ByteBuffer out_;
+};
+
+TEST_F(Allocations, ALineTakesOneForItsRecord) {
+  ConnectionRowCsv row;
+  row.setStreamType(&schema_, false);
+  std::string line = lineOfCells();
+  EXPECT_EQ(perCall([&] {
+              row.setBuffer(line.data());
+              std::free(row.toRow(1, &errors_));
+            }),
+            1);
+  EXPECT_EQ(errors_.report(), "");
+}
+
+TEST_F(Allocations, AnAppendedLineTakesNone) {
+  ConnectionRowCsv row;
+  row.setStreamType(&schema_, false);
+  const std::string line = lineOfCells();
+  EXPECT_EQ(perCall([&] {
+              out_.clear();
+              row.appendRow(line, 1, errors_, out_);
+            }),
+            0);
+  EXPECT_EQ(errors_.report(), "");
+}
+
+TEST_F(Allocations, FieldsTakeOneForTheirRecord) {
+  ConnectionRowByOrder row;
+  row.setStreamType(&schema_, false);
+  EXPECT_EQ(perCall([&] {
+              setFields(row);
+              std::free(row.toRow(1, &errors_));
+            }),
+            1);
+  EXPECT_EQ(errors_.report(), "");
+}
+
+TEST_F(Allocations, AppendedFieldsTakeNone) {
+  ConnectionRowByOrder row;
+  row.setStreamType(&schema_, false);
+  EXPECT_EQ(perCall([&] {
+              setFields(row);
+              out_.clear();
+              row.appendRow(1, errors_, out_);
+            }),
+            0);
+  EXPECT_EQ(errors_.report(), "");
+}
+
+TEST_F(Allocations, ReadingARecordTakesNone) {
+  ConnectionRowByOrder row;
+  row.setStreamType(&schema_, false);
+  setFields(row);
+  void* record = row.toRow(1, &errors_);
+  EXPECT_EQ(perCall([&] { row.fromRow(record, 1, &errors_); }), 0);
+  EXPECT_EQ(errors_.report(), "");
+  std::free(record);
+}
+
+}  // namespace
