@@ -1,0 +1,196 @@
+// The order of virtual operations and of members, which callers built with these headers rely on.
+
+#include <gmock/gmock.h>
+#include <kyv/adapter_util.h>
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+// The complete and the deleting destructor come before all that is named here.
+constexpr std::size_t kDestructorSlots = 2;
+
+constexpr std::size_t kNotVirtual = ~std::size_t{0};
+
+// A virtual operation's place in the virtual table. The Itanium C++ ABI keeps it in the first word of a pointer to
+// member, as one more than the offset in bytes; the word of any other operation is an address, which is even.
+template <class Operation>
+std::size_t slotOf(Operation operation) {
+  std::size_t word = 0;
+  std::memcpy(&word, &operation, sizeof word);
+  return word % 2 == 1 ? (word - 1) / sizeof(void*) : kNotVirtual;
+}
+
+struct Slot {
+  const char* operation;
+  std::size_t slot;
+};
+
+template <class Operation>
+Slot slot(const char* name, Operation operation) {
+  return {name, slotOf(operation)};
+}
+
+void expectInThisOrder(const std::vector<Slot>& operations) {
+  for (std::size_t i = 0; i < operations.size(); ++i) {
+    EXPECT_EQ(operations[i].slot, i + kDestructorSlots) << operations[i].operation;
+  }
+}
+
+using Row = ConnectionRow;
+using SetText = void (Row::*)(const char*);
+using SetString = void (Row::*)(const std::string&);
+template <class Key>
+using GetString = bool (Row::*)(Key, std::string&);
+template <class Key>
+using GetText = bool (Row::*)(Key, const char**);
+template <class Key>
+using PutString = bool (Row::*)(Key, const std::string&);
+template <class Key>
+using PutText = bool (Row::*)(Key, const char*);
+using ToRowWithCallback = void* (Row::*)(ConnectionCallback*, unsigned long, ConnectionErrors&);
+using ToRow = void* (Row::*)(unsigned long, ConnectionErrors*);
+using FromRowWithCallback = bool (Row::*)(void*, ConnectionCallback*, unsigned long, ConnectionErrors&);
+using FromRow = bool (Row::*)(void*, unsigned long, ConnectionErrors*);
+
+const std::vector<Slot>& rowSlots() {
+  static const std::vector<Slot> slots = {
+      slot("clear", &Row::clear),
+      slot("clearData", &Row::clearData),
+      slot("createNew", &Row::createNew),
+      slot("setTimeFormat", &Row::setTimeFormat),
+      slot("setDateFormat", &Row::setDateFormat),
+      slot("setTimestampFormat", &Row::setTimestampFormat),
+      slot<SetText>("setStreamName(text)", &Row::setStreamName),
+      slot<SetString>("setStreamName(string)", &Row::setStreamName),
+      slot("getStreamName", &Row::getStreamName),
+      slot("setStreamType", &Row::setStreamType),
+      slot("getStreamType", &Row::getStreamType),
+      slot<GetString<const char*>>("getFieldAsString(name, string)", &Row::getFieldAsString),
+      slot<GetText<const char*>>("getFieldAsString(name, text)", &Row::getFieldAsString),
+      slot<PutString<const char*>>("setFieldAsString(name, string)", &Row::setFieldAsString),
+      slot<PutText<const char*>>("setFieldAsString(name, text)", &Row::setFieldAsString),
+      slot<GetString<int>>("getFieldAsString(index, string)", &Row::getFieldAsString),
+      slot<GetText<int>>("getFieldAsString(index, text)", &Row::getFieldAsString),
+      slot<PutString<int>>("setFieldAsString(index, string)", &Row::setFieldAsString),
+      slot<PutText<int>>("setFieldAsString(index, text)", &Row::setFieldAsString),
+      slot<bool (Row::*)(const std::string&)>("appendFieldAsString(string)", &Row::appendFieldAsString),
+      slot<bool (Row::*)(const char*)>("appendFieldAsString(text)", &Row::appendFieldAsString),
+      slot("getOp", &Row::getOp),
+      slot("setOp", &Row::setOp),
+      slot("getFlagsAsString", &Row::getFlagsAsString),
+      slot("setFlagsAsString", &Row::setFlagsAsString),
+      slot("size", &Row::size),
+      slot("setSeparator", &Row::setSeparator),
+      slot("setWithService", &Row::setWithService),
+      slot("allocBuffer", &Row::allocBuffer),
+      slot("setBuffer", &Row::setBuffer),
+      slot("setRow", &Row::setRow),
+      slot("allocRow", &Row::allocRow),
+      slot("adoptRow", &Row::adoptRow),
+      slot<bool (Row::*)(ConnectionErrors&)>("validate(reference)", &Row::validate),
+      slot<bool (Row::*)(ConnectionErrors*)>("validate(pointer)", &Row::validate),
+      slot("getRow", &Row::getRow),
+      slot("getRowSize", &Row::getRowSize),
+      slot<ToRowWithCallback>("toRow(callback)", &Row::toRow),
+      slot<ToRow>("toRow", &Row::toRow),
+      slot<FromRowWithCallback>("fromRow(callback)", &Row::fromRow),
+      slot<FromRow>("fromRow", &Row::fromRow),
+      slot("enableGDMode", &Row::enableGDMode),
+      slot("setSequenceNumberColumnName", &Row::setSequenceNumberColumnName),
+      slot("setOpcodeColumnName", &Row::setOpcodeColumnName),
+      slot("getSequenceNumber", &Row::getSequenceNumber),
+  };
+  return slots;
+}
+
+TEST(VirtualOrder, OfConnectionRow) { expectInThisOrder(rowSlots()); }
+
+TEST(VirtualOrder, OfConnectionRowType) {
+  using Type = ConnectionRowType;
+  expectInThisOrder({
+      slot("getColumnCount", &Type::getColumnCount),
+      slot("getColumnName", &Type::getColumnName),
+      slot("getColumnType", &Type::getColumnType),
+      slot("clone", &Type::clone),
+      slot("reserved", &Type::reserved),
+      slot("getStreamName", &Type::getStreamName),
+      slot("getStreamId", &Type::getStreamId),
+  });
+}
+
+TEST(VirtualOrder, OrderedRowsAppendOneOperation) {
+  EXPECT_EQ(slotOf(&ConnectionRowByOrder::getSequenceNumberfromRow), rowSlots().size() + kDestructorSlots);
+}
+
+// Overrides what it must and nothing else, and shows the members that subclasses see.
+class BareRow : public ConnectionRow {
+ public:
+  ConnectionRow* createNew() override { return nullptr; }
+  void* toRow(ConnectionCallback*, unsigned long, ConnectionErrors&) override { return nullptr; }
+  void* toRow(unsigned long, ConnectionErrors*) override { return nullptr; }
+
+  std::vector<const void*> members() const {
+    return {&streamName_,
+            &streamType_,
+            &ownsStreamType_,
+            &timeFormat_,
+            &dateFormat_,
+            &timestampFormat_,
+            &poolNext,
+            &poolTag_,
+            &gdMode_,
+            &sequenceNumber_,
+            &sequenceNumberColumnName_,
+            &opcodeColumnName_,
+            &formats_};
+  }
+};
+
+// The code behind each operation of rowSlots(), read from the object's virtual table.
+std::vector<void*> implementations(const ConnectionRow& row) {
+  void** table = nullptr;
+  std::memcpy(&table, &row, sizeof table);
+  return std::vector<void*>(table + kDestructorSlots, table + kDestructorSlots + rowSlots().size());
+}
+
+std::vector<std::string> operationsThatDifferFromTheBase(const ConnectionRow& row) {
+  const BareRow bare;
+  const std::vector<void*> base = implementations(bare);
+  const std::vector<void*> own = implementations(row);
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    if (own[i] != base[i]) names.emplace_back(rowSlots()[i].operation);
+  }
+  return names;
+}
+
+TEST(VirtualOrder, RowsOverrideTheOperationsOfTheirExternalForm) {
+  EXPECT_THAT(operationsThatDifferFromTheBase(ConnectionRowByOrder()),
+              testing::ElementsAre(
+                  "clear", "clearData", "createNew", "getFieldAsString(index, string)", "getFieldAsString(index, text)",
+                  "setFieldAsString(index, string)", "setFieldAsString(index, text)", "appendFieldAsString(string)",
+                  "appendFieldAsString(text)", "getOp", "setOp", "getFlagsAsString", "setFlagsAsString", "size",
+                  "toRow(callback)", "toRow", "fromRow(callback)", "fromRow"));
+  EXPECT_THAT(operationsThatDifferFromTheBase(ConnectionRowCsv()),
+              testing::ElementsAre("clear", "clearData", "createNew", "setSeparator", "setWithService", "allocBuffer",
+                                   "setBuffer", "toRow(callback)", "toRow"));
+}
+
+TEST(MemberOrder, OfConnectionRow) {
+  const BareRow row;
+  EXPECT_THAT(row.members(), testing::WhenSorted(testing::ElementsAreArray(row.members())));
+}
+
+TEST(MemberOrder, OfDataValue) {
+  using DataTypes::DataValue;
+  EXPECT_THAT((std::array{offsetof(DataValue, value), offsetof(DataValue, low), offsetof(DataValue, precisionScale),
+                          offsetof(DataValue, null), sizeof(DataValue)}),
+              testing::ElementsAre(0, 8, 16, 24, 32));
+}
+
+}  // namespace
