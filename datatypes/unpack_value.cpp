@@ -157,10 +157,7 @@ using ValueBytes = std::array<unsigned char, kyv_internal::kDecimalSize>;
 
 // Copies at most `outSize` - 1 characters and a terminator.
 void copyBounded(std::string_view text, char* out, unsigned long outSize) {
-  if (outSize == 0) return;
-  const std::size_t length = std::min<std::size_t>(text.size(), outSize - 1);
-  std::memcpy(out, text.data(), length);
-  out[length] = 0;
+  if (outSize != 0) out[text.copy(out, outSize - 1)] = 0;
 }
 
 // A value in host order, whatever order it was stored in.
