@@ -1,0 +1,54 @@
+#pragma once
+
+// A schema that counts its copies and its ends, and lets a test act while a conversion runs.
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kyv/connection_row.h"
+
+namespace kyv_test {
+
+struct SchemaCounts {
+  int clones = 0;
+  int deletions = 0;
+};
+
+class TestSchema : public ConnectionRowType {
+ public:
+  struct Column {
+    std::string name;
+    unsigned int type;
+  };
+
+  explicit TestSchema(std::vector<Column> columns, SchemaCounts* counts = nullptr)
+      : columns_(std::move(columns)), counts_(counts) {}
+  ~TestSchema() override {
+    if (counts_ != nullptr) ++counts_->deletions;
+  }
+
+  int getColumnCount() const override {
+    if (onColumnCount) onColumnCount();
+    return static_cast<int>(columns_.size());
+  }
+  const char* getColumnName(int index) const override {
+    return columns_.at(static_cast<std::size_t>(index)).name.c_str();
+  }
+  unsigned int getColumnType(int index) const override { return columns_.at(static_cast<std::size_t>(index)).type; }
+  ConnectionRowType* clone() const override {
+    if (counts_ != nullptr) ++counts_->clones;
+    return new TestSchema(columns_, counts_);
+  }
+  const char* getStreamName() const override { return "Trades"; }
+  int getStreamId() const override { return 5; }
+
+  std::function<void()> onColumnCount;
+
+ private:
+  std::vector<Column> columns_;
+  SchemaCounts* counts_;
+};
+
+}  // namespace kyv_test
