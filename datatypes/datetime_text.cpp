@@ -56,7 +56,8 @@ struct SplitText {
   std::string_view fractionText(std::size_t digits) const { return {fraction.data(), digits}; }
 };
 
-// Splits at the last "."; the characters behind it overwrite the fraction from the left, white space skipped.
+// The characters behind the last "." overwrite the fraction from the left, white space skipped. Required as is: that
+// "." is the fraction's even where the format has points of its own, so "%d.%m.%Y" does not match "13.02.2009".
 SplitText splitText(std::string_view text, std::size_t digits) {
   SplitText split = {.datetime = text};
   const void* point = text.empty() ? nullptr : memrchr(text.data(), '.', text.size());

@@ -24,12 +24,16 @@ Word loadWord(const void* from) {
   return word;
 }
 
-// Year 1970, month and day 1, the rest 0.
 constexpr unsigned char kDefaultDigits[kWord] = {1, 9, 7, 0, 0, 1, 0, 0};
 
 int twoDigits(const unsigned char* digits) { return 10 * digits[0] + digits[1]; }
 
 }  // namespace
+
+FixedTimeLayout::FixedTimeLayout() {
+  pattern_.fill('0');
+  slack_.fill(kDigitSlack);
+}
 
 std::optional<FixedTimeLayout> FixedTimeLayout::of(std::span<const Step> steps) {
   FixedTimeLayout layout;
@@ -39,45 +43,46 @@ std::optional<FixedTimeLayout> FixedTimeLayout::of(std::span<const Step> steps) 
 }
 
 bool FixedTimeLayout::addStep(const Step& step) {
-  if (step.print == kLiteral) return step.read != kNever && addCharacter(step.literal, kLiteralSlack);
+  if (step.print == kLiteral) return addLiteral(step.literal);
   if (step.read != step.print || step.pad || step.operand) return false;
   switch (step.print) {
     case 'Y':
-      return addField(kYear, 4);
+      return addField(kCentury) && addField(kYear);
+    case 'y':
+      return addField(kYear);
     case 'm':
-      return addField(kMonth, 2);
+      return addField(kMonth);
     case 'd':
-      return addField(kDay, 2);
+      return addField(kDay);
     case 'H':
-      return addField(kHour, 2);
+      return addField(kHour);
     case 'M':
-      return addField(kMinute, 2);
+      return addField(kMinute);
     case 'S':
-      return addField(kSecond, 2);
+      return addField(kSecond);
     default:
       return false;
   }
 }
 
-bool FixedTimeLayout::addField(Field field, std::size_t digits) {
-  if (offsets_[field] < kMaxLength) return false;
+bool FixedTimeLayout::addField(Field field) {
+  if (offsets_[field] < kMaxLength || length_ + 2 > kMaxLength) return false;
   offsets_[field] = static_cast<std::uint8_t>(length_);
-  for (std::size_t i = 0; i < digits; ++i)
-    if (!addCharacter('0', kDigitSlack)) return false;
+  length_ += 2;
   return true;
 }
 
-bool FixedTimeLayout::addCharacter(char c, unsigned char slack) {
+bool FixedTimeLayout::addLiteral(char literal) {
   if (length_ == kMaxLength) return false;
-  pattern_[length_] = c;
-  slack_[length_] = slack;
+  pattern_[length_] = literal;
+  slack_[length_] = kLiteralSlack;
   ++length_;
   return true;
 }
 
 bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
   if (text.size() != length_) return false;
-  std::array<char, kWord> padded;  // a text shorter than a word, with what the pattern has behind it
+  std::array<char, kWord> padded;  // a text shorter than a word, and what the pattern has behind it
   const char* from = text.data();
   if (length_ < kWord) {
     std::copy_n(pattern_.begin(), kWord, padded.begin());
@@ -93,33 +98,38 @@ bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
   }
 }
 
+// A year of two digits is one of 1969 to 2068.
+int FixedTimeLayout::year(int century, int yearOfCentury) const {
+  const bool alone = offsets_[kYear] != kNoYear && offsets_[kCentury] == kNoCentury;
+  return 100 * (alone && yearOfCentury < 69 ? 20 : century) + yearOfCentury;
+}
+
 std::optional<std::int64_t> FixedTimeLayout::parse(std::string_view text) const {
   Digits digits;
-  std::memcpy(&digits[kNoYear], kDefaultDigits, kWord);
+  std::memcpy(&digits[kMaxLength], kDefaultDigits, kWord);
   if (!match(text, digits)) return std::nullopt;
   const auto field = [&](Field which) { return twoDigits(&digits[offsets_[which]]); };
   const int month = field(kMonth), day = field(kDay), hour = field(kHour), minute = field(kMinute),
             second = field(kSecond);
-  const int year = 100 * field(kYear) + twoDigits(&digits[offsets_[kYear] + 2]);
   // 30 February and second 61 are counted on, as everywhere.
   if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 61) return std::nullopt;
-  return daysFromCivil(year, month, day) * kSecondsPerDay + 3600 * hour + 60 * minute + second;
+  return daysFromCivil(year(field(kCentury), field(kYear)), month, day) * kSecondsPerDay + std::int64_t{3600} * hour +
+         std::int64_t{60} * minute + second;
 }
 
 std::size_t FixedTimeLayout::print(std::int64_t seconds, char* out) const {
   const CivilTime time = civilTime(seconds);
   if (time.date.year < 1000 || time.date.year > 9999) return 0;
   const auto year = static_cast<unsigned int>(time.date.year);
-  const auto put = [&](std::size_t offset, int value) {
-    printTwoDigits(static_cast<unsigned int>(value), out + offset);
-  };
   std::memcpy(out, pattern_.data(), kMaxLength);
-  printTwoDigits(year % 100, printTwoDigits(year / 100, out + offsets_[kYear]));
-  put(offsets_[kMonth], time.date.month);
-  put(offsets_[kDay], time.date.day);
-  put(offsets_[kHour], time.hour);
-  put(offsets_[kMinute], time.minute);
-  put(offsets_[kSecond], time.second);
+  const auto put = [&](Field field, unsigned int value) { printTwoDigits(value, out + offsets_[field]); };
+  put(kCentury, year / 100);
+  put(kYear, year % 100);
+  put(kMonth, static_cast<unsigned int>(time.date.month));
+  put(kDay, static_cast<unsigned int>(time.date.day));
+  put(kHour, static_cast<unsigned int>(time.hour));
+  put(kMinute, static_cast<unsigned int>(time.minute));
+  put(kSecond, static_cast<unsigned int>(time.second));
   return length_;
 }
 

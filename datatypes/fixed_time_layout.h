@@ -16,7 +16,7 @@ namespace kyv_internal {
 
 class FixedTimeLayout {
  public:
-  // The layout of a format that consists of literals and of %Y, %m, %d, %H, %M and %S, each at most once.
+  // The layout of a format that consists of literals and of %Y or %y, %m, %d, %H, %M and %S, each at most once.
   static std::optional<FixedTimeLayout> of(std::span<const Step> steps);
 
   // Seconds of a text of exactly this shape; nothing for another one and for fields out of their ranges.
@@ -30,24 +30,27 @@ class FixedTimeLayout {
   static constexpr std::size_t kPrintRoom = kMaxLength + 8;
 
  private:
-  enum Field : std::size_t { kYear, kMonth, kDay, kHour, kMinute, kSecond, kFields };
+  // Pairs of digits; %Y is two of them.
+  enum Field : std::size_t { kCentury, kYear, kMonth, kDay, kHour, kMinute, kSecond, kFields };
 
-  // The values of a text's digits, and behind them those of the fields that the format does not name: 1970, 01, 00.
+  // The values of a text's digits, and behind them those of the fields that the format does not name: 19, 70, 01, 00.
   using Digits = std::array<unsigned char, kPrintRoom>;
-  static constexpr std::size_t kNoYear = kMaxLength;
-  static constexpr std::size_t kNoDate = kNoYear + 4;
-  static constexpr std::size_t kNoClock = kNoDate + 2;
+  static constexpr std::uint8_t kNoCentury = kMaxLength;
+  static constexpr std::uint8_t kNoYear = kNoCentury + 2;
+  static constexpr std::uint8_t kNoDate = kNoYear + 2;
+  static constexpr std::uint8_t kNoClock = kNoDate + 2;
 
-  FixedTimeLayout() = default;
+  FixedTimeLayout();
   bool addStep(const Step& step);
-  bool addField(Field field, std::size_t digits);
-  bool addCharacter(char c, unsigned char slack);
+  bool addField(Field field);
+  bool addLiteral(char literal);
   bool match(std::string_view text, Digits& digits) const;
+  int year(int century, int yearOfCentury) const;
 
-  std::array<char, kMaxLength> pattern_{};         // a text with 0 for every digit
-  std::array<unsigned char, kMaxLength> slack_{};  // see the word-wise comparison
+  std::array<char, kMaxLength> pattern_;         // a text with 0 for every digit
+  std::array<unsigned char, kMaxLength> slack_;  // what a byte of pattern ^ text must stay below, see match()
   std::size_t length_ = 0;
-  std::array<std::uint8_t, kFields> offsets_{kNoYear, kNoDate, kNoDate, kNoClock, kNoClock, kNoClock};
+  std::array<std::uint8_t, kFields> offsets_{kNoCentury, kNoYear, kNoDate, kNoDate, kNoClock, kNoClock, kNoClock};
 };
 
 }  // namespace kyv_internal

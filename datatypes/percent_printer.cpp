@@ -19,8 +19,8 @@ namespace {
 
 struct PrintedNumber {
   char letter;
-  int digits;  // at least
   char pad;    // '0' or '_', as the flags are written
+  int digits;  // at least
   int (*value)(const std::tm& time);
 };
 
@@ -30,21 +30,21 @@ int weekOfYear(int yearDay, int daysSinceWeekStart) { return (yearDay + 7 - days
 
 // All but %Y and %s, which need more than an int.
 constexpr PrintedNumber kPrintedNumbers[] = {
-    {'H', 2, '0', [](const std::tm& t) { return t.tm_hour; }},
-    {'I', 2, '0', [](const std::tm& t) { return hour12(t.tm_hour); }},
-    {'M', 2, '0', [](const std::tm& t) { return t.tm_min; }},
-    {'S', 2, '0', [](const std::tm& t) { return t.tm_sec; }},
-    {'U', 2, '0', [](const std::tm& t) { return weekOfYear(t.tm_yday, t.tm_wday); }},
-    {'W', 2, '0', [](const std::tm& t) { return weekOfYear(t.tm_yday, (t.tm_wday + 6) % 7); }},
-    {'d', 2, '0', [](const std::tm& t) { return t.tm_mday; }},
-    {'e', 2, '_', [](const std::tm& t) { return t.tm_mday; }},
-    {'j', 3, '0', [](const std::tm& t) { return t.tm_yday + 1; }},
-    {'k', 2, '_', [](const std::tm& t) { return t.tm_hour; }},
-    {'l', 2, '_', [](const std::tm& t) { return hour12(t.tm_hour); }},
-    {'m', 2, '0', [](const std::tm& t) { return t.tm_mon + 1; }},
-    {'u', 1, '0', [](const std::tm& t) { return (t.tm_wday + 6) % 7 + 1; }},
-    {'w', 1, '0', [](const std::tm& t) { return t.tm_wday; }},
-    {'y', 2, '0', [](const std::tm& t) { return floorModulo100(t.tm_year); }},
+    {'H', '0', 2, [](const std::tm& t) { return t.tm_hour; }},
+    {'I', '0', 2, [](const std::tm& t) { return hour12(t.tm_hour); }},
+    {'M', '0', 2, [](const std::tm& t) { return t.tm_min; }},
+    {'S', '0', 2, [](const std::tm& t) { return t.tm_sec; }},
+    {'U', '0', 2, [](const std::tm& t) { return weekOfYear(t.tm_yday, t.tm_wday); }},
+    {'W', '0', 2, [](const std::tm& t) { return weekOfYear(t.tm_yday, (t.tm_wday + 6) % 7); }},
+    {'d', '0', 2, [](const std::tm& t) { return t.tm_mday; }},
+    {'e', '_', 2, [](const std::tm& t) { return t.tm_mday; }},
+    {'j', '0', 3, [](const std::tm& t) { return t.tm_yday + 1; }},
+    {'k', '_', 2, [](const std::tm& t) { return t.tm_hour; }},
+    {'l', '_', 2, [](const std::tm& t) { return hour12(t.tm_hour); }},
+    {'m', '0', 2, [](const std::tm& t) { return t.tm_mon + 1; }},
+    {'u', '0', 1, [](const std::tm& t) { return (t.tm_wday + 6) % 7 + 1; }},
+    {'w', '0', 1, [](const std::tm& t) { return t.tm_wday; }},
+    {'y', '0', 2, [](const std::tm& t) { return floorModulo100(t.tm_year); }},
 };
 
 constexpr std::array<unsigned char, 128> kPrintedNumberOf = [] {

@@ -82,19 +82,36 @@ constexpr NumberRule kNumberRules[] = {
     {'y', 0, 99, 2, &Fields::year, from1969To2068, kDate | kYearOfCentury},
 };
 
-// Index + 1 into kNumberRules by letter, 0 for a letter that is no number.
+// Index into kNumberRules by letter.
 constexpr std::array<unsigned char, 128> kNumberRuleOf = [] {
   std::array<unsigned char, 128> byLetter{};
-  unsigned char next = 1;
-  for (const NumberRule& rule : kNumberRules) byLetter[static_cast<unsigned char>(rule.letter)] = next++;
+  unsigned char index = 0;
+  for (const NumberRule& rule : kNumberRules) byLetter[static_cast<unsigned char>(rule.letter)] = index++;
   return byLetter;
 }();
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+// Tells letters apart from each other and from everything else, but not by their case.
+constexpr char folded(char c) { return static_cast<char>(c | 0x20); }
+
+constexpr std::uint32_t foldedAbbreviation(const char* letters) {
+  std::uint32_t key = 0;
+  for (std::size_t i = 0; i < kAbbreviation; ++i) key = key << 8 | static_cast<unsigned char>(folded(letters[i]));
+  return key;
+}
+
+template <std::size_t count>
+constexpr std::array<std::uint32_t, count> foldedAbbreviations(const std::array<std::string_view, count>& names) {
+  std::array<std::uint32_t, count> keys{};
+  for (std::size_t i = 0; i < count; ++i) keys[i] = foldedAbbreviation(names[i].data());
+  return keys;
+}
+
+constexpr auto kMonthKeys = foldedAbbreviations(kMonthNames);
+constexpr auto kWeekdayKeys = foldedAbbreviations(kWeekdayNames);
 
 bool startsWithName(std::string_view text, std::string_view name) {
   return text.size() >= name.size() &&
-         std::equal(name.begin(), name.end(), text.begin(), [](char a, char b) { return lower(a) == lower(b); });
+         std::equal(name.begin(), name.end(), text.begin(), [](char a, char b) { return folded(a) == folded(b); });
 }
 
 // Walks the text step by step. Every operation says whether the text went on matching.
@@ -103,11 +120,12 @@ class TextReader {
   explicit TextReader(std::string_view text) : at_(text.data()), end_(text.data() + text.size()) {}
 
   bool read(const Step& step);
-  bool atEnd() { return skipSpace(), at_ == end_; }
-  const Fields& fields() const { return fields_; }
+  // White space may be left over.
+  bool finish() { return skipSpace() && at_ == end_; }
+  Fields& fields() { return fields_; }
 
  private:
-  // 0 at the end; a text that holds one is told apart by at_.
+  // 0 at the end, as if the text were terminated.
   char peek() const { return at_ != end_ ? *at_ : '\0'; }
   std::string_view rest() const { return {at_, static_cast<std::size_t>(end_ - at_)}; }
 
@@ -115,7 +133,8 @@ class TextReader {
   bool readLiteral(char literal);
   bool readNumber(const NumberRule& rule);
   template <std::size_t count>
-  bool readName(const std::array<std::string_view, count>& names, int Fields::*target, unsigned int named);
+  bool readName(const std::array<std::uint32_t, count>& keys, const std::array<std::string_view, count>& names,
+                int Fields::*target, unsigned int named);
   bool readHalfOfDay();
   bool readYearOfWeek();
   bool readSeconds();
@@ -139,11 +158,11 @@ bool TextReader::read(const Step& step) {
       return skipSpace();
     case 'A':
     case 'a':
-      return readName(kWeekdayNames, &Fields::weekday, kWeekday);
+      return readName(kWeekdayKeys, kWeekdayNames, &Fields::weekday, kWeekday);
     case 'B':
     case 'b':
     case 'h':
-      return readName(kMonthNames, &Fields::month, kMonth | kDate);
+      return readName(kMonthKeys, kMonthNames, &Fields::month, kMonth | kDate);
     case 'G':
       return readYearOfWeek();
     case 'p':
@@ -155,7 +174,7 @@ bool TextReader::read(const Step& step) {
     case 'z':
       return readZoneOffset();
     default:
-      return readNumber(kNumberRules[kNumberRuleOf[static_cast<unsigned char>(step.read)] - 1]);
+      return readNumber(kNumberRules[kNumberRuleOf[static_cast<unsigned char>(step.read)]]);
   }
 }
 
@@ -183,17 +202,16 @@ bool TextReader::readNumber(const NumberRule& rule) {
 
 // The full name or its abbreviation, whichever is longer, in any case of letters.
 template <std::size_t count>
-bool TextReader::readName(const std::array<std::string_view, count>& names, int Fields::*target, unsigned int named) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const std::string_view name = names[i];
-    const std::string_view abbreviation = name.substr(0, kAbbreviation);
-    if (!startsWithName(rest(), abbreviation)) continue;
-    at_ += startsWithName(rest(), name) ? name.size() : abbreviation.size();
-    fields_.*target = static_cast<int>(i);
-    fields_.named |= named;
-    return true;
-  }
-  return false;
+bool TextReader::readName(const std::array<std::uint32_t, count>& keys,
+                          const std::array<std::string_view, count>& names, int Fields::*target, unsigned int named) {
+  if (rest().size() < kAbbreviation) return false;
+  const auto found = std::find(keys.begin(), keys.end(), foldedAbbreviation(at_)) - keys.begin();
+  const auto index = static_cast<std::size_t>(found);
+  if (index == count) return false;
+  at_ += startsWithName(rest(), names[index]) ? names[index].size() : kAbbreviation;
+  fields_.*target = static_cast<int>(index);
+  fields_.named |= named;
+  return true;
 }
 
 bool TextReader::readHalfOfDay() {
@@ -257,14 +275,13 @@ bool TextReader::readZoneOffset() {
 // which a date can be named.
 class FieldCompletion {
  public:
-  explicit FieldCompletion(const Fields& fields) : f_(fields) {}
+  explicit FieldCompletion(Fields& fields) : f_(fields) {}
 
-  Fields complete() {
+  void complete() {
     if (has(kHour12) && f_.afternoon) f_.hour += 12;
     if (f_.century != -1) f_.year = (f_.century - 19) * 100 + (has(kYearOfCentury) ? f_.year % 100 : 0);
     completeDate();
     completeWeek();
-    return f_;
   }
 
  private:
@@ -287,14 +304,14 @@ class FieldCompletion {
     takeDateFromYearDay();
   }
 
-  // Day 0 of the year may come out negative, or its last day be passed, in the first and the last week.
+  // In week 0 and in the last one the day may lie outside the year.
   int yearDayOfWeek() const {
     const int weekStart = has(kSundayWeek) ? 0 : 1;
     const int firstWeek = (7 - (weekday(yearStart()) - weekStart)) % 7;
     return firstWeek + 7 * (f_.week - 1) + (f_.weekday - weekStart + 7) % 7;
   }
 
-  // Day 366 of a common year is the next 1 January, as for every other day that passes its month.
+  // A day outside the year counts on: day 366 of a common year is the next 1 January.
   void takeDateFromYearDay() {
     const CivilDate date = civilDate(yearStart() + f_.yearDay);
     const auto years = static_cast<int>(date.year - 1900 - f_.year);
@@ -302,7 +319,7 @@ class FieldCompletion {
     if (!has(kMonthDay)) f_.day = date.day;
   }
 
-  Fields f_;
+  Fields& f_;
 };
 
 std::tm asTm(const Fields& fields) {
@@ -325,8 +342,9 @@ std::optional<std::tm> readPercentSteps(std::span<const Step> steps, std::string
   TextReader reader(text);
   for (const Step& step : steps)
     if (!reader.read(step)) return std::nullopt;
-  if (!reader.atEnd()) return std::nullopt;
-  return asTm(FieldCompletion(reader.fields()).complete());
+  if (!reader.finish()) return std::nullopt;
+  FieldCompletion(reader.fields()).complete();
+  return asTm(reader.fields());
 }
 
 }  // namespace kyv_internal

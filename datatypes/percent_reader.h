@@ -1,6 +1,8 @@
 #pragma once
 
-// Reads a text by the steps of a format, as the C library's strptime does in the "C" locale.
+// Reads a text by the steps of a format, as the C library's strptime does in the "C" locale. Where the library leaves
+// its tables or contradicts its description this differs: a day outside its year ("%Y %j" of "2023 366") counts on into
+// the next year, "%s" counts in UTC, and the modifiers E and O never change what a conversion reads.
 
 #include <ctime>
 #include <optional>

@@ -20,36 +20,36 @@ enum Ability : unsigned char {
 };
 
 struct Conversion {
-  char letter;
-  unsigned char abilities;
-  std::string_view expansion = {};
+  char letter = 0;
+  unsigned char abilities = 0;
   char literal = 0;  // the one character that it stands for
+  std::string_view expansion = {};
 };
 
 constexpr Conversion kConversions[] = {
-    {'%', kReads | kPrintsPlain, {}, '%'},
+    {'%', kReads | kPrintsPlain, '%'},
     {'A', kReads | kPrintsPlain},
     {'B', kReads | kReadsO | kPrintsPlain},
     {'C', kReads | kReadsE},
-    {'D', kReads | kPrintsPlain, "%m/%d/%y"},
-    {'F', kReads | kPrintsPlain, "%Y-%m-%d"},
+    {'D', kReads | kPrintsPlain, 0, "%m/%d/%y"},
+    {'F', kReads | kPrintsPlain, 0, "%Y-%m-%d"},
     {'G', kReads},
     {'H', kReads | kReadsO | kPrintsNumber},
     {'I', kReads | kReadsO | kPrintsNumber},
     {'M', kReads | kReadsO | kPrintsNumber},
     {'P', kPrintsPlain},
-    {'R', kReads | kPrintsPlain, "%H:%M"},
+    {'R', kReads | kPrintsPlain, 0, "%H:%M"},
     {'S', kReads | kReadsO | kPrintsNumber},
-    {'T', kReads | kPrintsPlain, "%H:%M:%S"},
+    {'T', kReads | kPrintsPlain, 0, "%H:%M:%S"},
     {'U', kReads | kReadsO | kPrintsNumber},
     {'V', kReads | kReadsO},
     {'W', kReads | kReadsO | kPrintsNumber},
-    {'X', kReads | kReadsE | kPrintsPlain, "%H:%M:%S"},
+    {'X', kReads | kReadsE | kPrintsPlain, 0, "%H:%M:%S"},
     {'Y', kReads | kReadsE | kPrintsNumber},
     {'Z', kReads | kPrintsPlain},
     {'a', kReads | kPrintsPlain},
     {'b', kReads | kReadsO | kPrintsPlain},
-    {'c', kReads | kReadsE | kPrintsPlain, "%a %b %e %H:%M:%S %Y"},
+    {'c', kReads | kReadsE | kPrintsPlain, 0, "%a %b %e %H:%M:%S %Y"},
     {'d', kReads | kReadsO | kPrintsNumber},
     {'e', kReads | kReadsO | kPrintsNumber},
     {'g', kReads},
@@ -58,27 +58,54 @@ constexpr Conversion kConversions[] = {
     {'k', kReads | kPrintsNumber},
     {'l', kReads | kPrintsNumber},
     {'m', kReads | kReadsO | kPrintsNumber},
-    {'n', kReads | kPrintsPlain, {}, '\n'},
+    {'n', kReads | kPrintsPlain, '\n'},
     {'p', kReads | kPrintsPlain},
-    {'r', kReads | kPrintsPlain, "%I:%M:%S %p"},
+    {'r', kReads | kPrintsPlain, 0, "%I:%M:%S %p"},
     {'s', kReads | kPrintsNumber},
-    {'t', kReads | kPrintsPlain, {}, '\t'},
+    {'t', kReads | kPrintsPlain, '\t'},
     {'u', kReads | kPrintsNumber},
     {'w', kReads | kReadsO | kPrintsNumber},
-    {'x', kReads | kReadsE | kPrintsPlain, "%m/%d/%y"},
+    {'x', kReads | kReadsE | kPrintsPlain, 0, "%m/%d/%y"},
     {'y', kReads | kReadsE | kReadsO | kPrintsNumber},
     {'z', kReads | kPrintsPlain},
 };
 
-constexpr std::array<Conversion, 128> kConversionOf = [] {
-  std::array<Conversion, 128> byLetter{};
-  for (const Conversion& row : kConversions) byLetter[static_cast<unsigned char>(row.letter)] = row;
-  return byLetter;
+constexpr char readLiteral(char literal) { return isSpace(literal) ? kBlanks : kLiteral; }
+
+// What to read for a conversion, kNothing where the steps of its expansion do it.
+constexpr char readCode(const Conversion& conversion, char modifier) {
+  const unsigned char needed = modifier == 'E' ? kReadsE : modifier == 'O' ? kReadsO : kReads;
+  if (!(conversion.abilities & needed)) return kNever;
+  if (!conversion.expansion.empty()) return kNothing;
+  return conversion.literal ? readLiteral(conversion.literal) : conversion.letter;
+}
+
+// What to print for a conversion with flags, a width or a modifier.
+char printCode(const Conversion& conversion, char modifier) {
+  // "%Es" is printed here too: the library would count its seconds in the process's time zone.
+  const bool printsNumber = (conversion.abilities & kPrintsNumber) && (!modifier || conversion.letter == 's');
+  return printsNumber ? conversion.letter : kByLibrary;
+}
+
+// A letter with the step of its conversion when nothing stands between it and the "%".
+struct Letter {
+  Conversion conversion;
+  Step plain;
+
+  bool printsPlain() const { return conversion.abilities & (kPrintsPlain | kPrintsNumber); }
+};
+
+constexpr std::array<Letter, 128> kLetters = [] {
+  std::array<Letter, 128> letters{};
+  for (const Conversion& row : kConversions)
+    letters[static_cast<unsigned char>(row.letter)] = {
+        row, {.read = readCode(row, 0), .print = row.literal ? kLiteral : row.letter, .literal = row.literal}};
+  return letters;
 }();
 
-const Conversion& conversionOf(char letter) {
-  const auto index = static_cast<unsigned char>(letter);
-  return kConversionOf[index < kConversionOf.size() ? index : 0];
+const Letter& letterOf(char c) {
+  const auto index = static_cast<unsigned char>(c);
+  return kLetters[index < kLetters.size() ? index : 0];
 }
 
 // One conversion as the format spells it: "%", flags, width, modifier, letter. The letter is 0 where the format ends
@@ -89,8 +116,6 @@ struct Spelling {
   std::uint32_t width = 0;
   char modifier = 0;
   char letter = 0;
-
-  bool plain() const { return text.size() == 2; }
 };
 
 // REQUIRES: `format` begins with "%".
@@ -134,45 +159,42 @@ class SpellingScanner {
   Spelling spelling_;
 };
 
-char readLiteral(char literal) { return isSpace(literal) ? kBlanks : kLiteral; }
-
-char readCode(const Spelling& spelling, const Conversion& conversion) {
-  const unsigned char needed = spelling.modifier == 'E' ? kReadsE : spelling.modifier == 'O' ? kReadsO : kReads;
-  if (!(conversion.abilities & needed)) return kNever;
-  if (!conversion.expansion.empty()) return kNothing;
-  return conversion.literal ? readLiteral(conversion.literal) : spelling.letter;
-}
-
-char printCode(const Spelling& spelling, const Conversion& conversion) {
-  // "%Es" is printed here too: the library would count its seconds in the process's time zone.
-  if ((conversion.abilities & kPrintsNumber) && (!spelling.modifier || spelling.letter == 's')) return spelling.letter;
-  if (!spelling.plain() || !(conversion.abilities & kPrintsPlain)) return kByLibrary;
-  if (!conversion.expansion.empty()) return kNothing;
-  return conversion.literal ? kLiteral : spelling.letter;
-}
-
 }  // namespace
 
 void PercentSteps::addFormat(std::string_view format) {
-  while (!format.empty()) {
-    const char c = format.front();
-    if (c != '%') add({.read = readLiteral(c), .print = kLiteral, .literal = c});
-    format.remove_prefix(c == '%' ? addConversion(format) : 1);
-  }
+  while (!format.empty())
+    format.remove_prefix(format.front() == '%' ? addConversion(format) : addLiteral(format.front()));
 }
 
-// Returns the characters that the conversion takes.
+// These three return the characters that they take.
+std::size_t PercentSteps::addLiteral(char literal) {
+  Step& step = add();
+  step.read = readLiteral(literal);
+  step.print = kLiteral;
+  step.literal = literal;
+  return 1;
+}
+
 std::size_t PercentSteps::addConversion(std::string_view format) {
+  const Letter& letter = letterOf(format.size() > 1 ? format[1] : '\0');
+  if (!letter.printsPlain()) return addSpelledConversion(format);
+  if (letter.conversion.expansion.empty())
+    add() = letter.plain;
+  else
+    addFormat(letter.conversion.expansion);
+  return 2;
+}
+
+std::size_t PercentSteps::addSpelledConversion(std::string_view format) {
   const Spelling spelling = SpellingScanner(format).scan();
-  const Conversion& conversion = conversionOf(spelling.letter);
-  Step step = {.read = readCode(spelling, conversion),
-               .print = printCode(spelling, conversion),
-               .literal = conversion.literal,
-               .pad = spelling.pad,
-               .operand = spelling.width};
-  if (step.print == kByLibrary) step.operand = addLibraryText(spelling.text);
-  add(step);
-  if (!conversion.expansion.empty()) addExpansion(conversion.expansion, step);
+  const Conversion& conversion = letterOf(spelling.letter).conversion;
+  Step& step = add();
+  step.read = readCode(conversion, spelling.modifier);
+  step.print = printCode(conversion, spelling.modifier);
+  step.literal = conversion.literal;
+  step.pad = spelling.pad;
+  step.operand = step.print == kByLibrary ? addLibraryText(spelling.text) : spelling.width;
+  if (step.read == kNothing) addForReading(conversion.expansion);
   return spelling.text.size();
 }
 
@@ -182,25 +204,17 @@ std::uint32_t PercentSteps::addLibraryText(std::string_view text) {
   return static_cast<std::uint32_t>(begin);
 }
 
-// The steps of "%T" and its like, for the sides where the step `whole` does nothing.
-void PercentSteps::addExpansion(std::string_view format, const Step& whole) {
+void PercentSteps::addForReading(std::string_view format) {
   const std::size_t begin = steps().size();
   addFormat(format);
-  for (std::size_t i = begin; i < steps().size(); ++i) {
-    Step& part = many_.empty() ? few_[i] : many_[i];
-    if (whole.read != kNothing) part.read = kNothing;
-    if (whole.print != kNothing) part.print = kNothing;
-  }
+  for (std::size_t i = begin; i < steps().size(); ++i) (many_.empty() ? few_[i] : many_[i]).print = kNothing;
 }
 
-void PercentSteps::add(const Step& step) {
-  if (step.read == kNothing && step.print == kNothing) return;
-  if (count_ < few_.size()) {
-    few_[count_++] = step;
-    return;
-  }
+// The next step, to be filled in where it lies: a copy made byte by byte would stall the processor.
+Step& PercentSteps::add() {
+  if (count_ < few_.size()) return few_[count_++];
   if (many_.empty()) many_.assign(few_.begin(), few_.end());
-  many_.push_back(step);
+  return many_.emplace_back();
 }
 
 }  // namespace kyv_internal

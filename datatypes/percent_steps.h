@@ -40,10 +40,12 @@ class PercentSteps {
 
  private:
   void addFormat(std::string_view format);
+  std::size_t addLiteral(char literal);
   std::size_t addConversion(std::string_view format);
+  std::size_t addSpelledConversion(std::string_view format);
   std::uint32_t addLibraryText(std::string_view text);
-  void addExpansion(std::string_view format, const Step& whole);
-  void add(const Step& step);
+  void addForReading(std::string_view format);
+  Step& add();
 
   std::array<Step, 24> few_{};  // enough for the formats in use without an allocation
   std::size_t count_ = 0;       // of few_

@@ -20,7 +20,7 @@ inline constexpr std::array<char, 200> kTwoDigits = [] {
 
 // Values 0 to 99. Returns the end.
 inline char* printTwoDigits(unsigned int value, char* out) {
-  std::memcpy(out, &kTwoDigits[2 * value], 2);
+  std::memcpy(out, &kTwoDigits[std::size_t{2} * value], 2);
   return out + 2;
 }
 

@@ -95,8 +95,8 @@ KYV_EXPORT bool splitTimestamp(const char* text, char*& datetime, char*& fractio
 KYV_EXPORT bool splitBigdatetime(const char* text, char*& datetime, char*& fraction);
 
 // Parses a text with the C library's "%" conversions in the "C" locale. `out` starts at 1970-01-01 00:00:00; fields
-// that the format does not name stay there. Returns the end of the text, or null when it does not match up to its end
-// (white space may be left over).
+// that the format does not name stay there. Returns the end of the text, or null, leaving `out` unchanged, when it does
+// not match up to its end (white space may be left over).
 KYV_EXPORT const char* strptime(const char* text, const char* format, std::tm* out);
 
 // Seconds since 1970-01-01 00:00:00 UTC of a broken-down time, in the proleptic Gregorian calendar.

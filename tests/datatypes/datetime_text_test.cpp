@@ -68,7 +68,6 @@ TEST(DatetimeText, ReadsValuesOrSaysWhyNot) {
       {parseTimestamp, kUsual, "2009-02-13 23:31:30.+5", 1234567890050},
       {parseTimestamp, kUsual, "2009-02-13 23:31:30.--5", 1234567890000},
       {parseTimestamp, kUsual, "2009-02-13 23:31:30.5.5", 0, kNoTimestamp},
-      // The last "." is the fraction's, whatever the format says.
       {parseTimestamp, "%d.%m.%Y", "13.02.2009", 0, kNoTimestamp},
       {parseTimestamp, "%d.%m.%Y", "13.02.2009.25", 1234483200250},
       {parseTimestamp, "%s", "1234567890.123", 1234567890123},

@@ -255,7 +255,7 @@ TEST_F(PercentFormatTest, ReadsMangledUsualTextsLikeTheLibrary) {
   RandomFormats random(2);
   for (const char* format :
        {"%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M:%S", "%Y-%m-%d", "%H:%M:%S", "%m/%d/%Y", "%d.%m.%Y %H:%M", "%Y%m%d%H%M%S",
-        "%H:%M", "%Y", "%S", "year %Y, month %m, day %d, hour %H"})
+        "%m/%d/%y", "%H:%M", "%Y", "%S", "year %Y, month %m, day %d %H%M", "year %Y, month %m, day %d, hour %H"})
     for (int i = 0; i < 5'000 && !HasFatalFailure(); ++i) {
       const std::int64_t seconds = random.seconds();
       const std::string text = libraryText(seconds, format);
