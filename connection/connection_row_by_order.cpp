@@ -19,8 +19,8 @@ namespace {
 
 using DALVON::Kyv::strprintf;
 using kyv_internal::FieldList;
+using kyv_internal::FormatSet;
 using kyv_internal::Kind;
-using kyv_internal::PercentFormat;
 using kyv_internal::StoredColumn;
 
 constexpr char kDefaultOperation = 'p';
@@ -33,13 +33,13 @@ bool assignHex(std::span<const unsigned char> bytes, FieldList& fields, std::siz
 }
 
 // Makes a value's text a field; false when memory is exhausted.
-bool assignValue(const StoredColumn& column, const PercentFormat* format, FieldList& fields, std::size_t index) {
+bool assignValue(const StoredColumn& column, const FormatSet& formats, FieldList& fields, std::size_t index) {
   const Kind kind = column.kind();
   if (kind == Kind::String) return fields.assign(index, kyv_internal::packedString(column.value));
   if (kind == Kind::Binary) return assignHex(kyv_internal::packedBytes(column.value), fields, index);
   char text[kyv_internal::kMaxValueText];
   const std::size_t length =
-      kyv_internal::printValue(column.type, column.value.data(), format, kyv_internal::TextStyle::Row, text);
+      kyv_internal::printValue(column.type, column.value.data(), formats, kyv_internal::TextStyle::Row, text);
   return fields.assign(index, {text, length});
 }
 
@@ -210,7 +210,7 @@ ConnectionRowByOrder::ColumnRead ConnectionRowByOrder::readColumn(int column, co
   const bool isSequenceNumber = name == sequenceNumberColumnName_;
   if (!isSequenceNumber && name != opcodeColumnName_) return ColumnRead::Field;
   if (!stored.present()) return ColumnRead::Delivery;
-  const std::optional<long long> number = readInteger(stored, formats_->of(stored.kind()));
+  const std::optional<long long> number = readInteger(stored, formats_->set());
   if (!number) {
     errors.addGeneral(strprintf("record %lu: %s", recordNo, aboutColumn(*streamType_, column, stored.type).c_str()));
     return ColumnRead::Failed;
@@ -227,7 +227,7 @@ bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored) {
   const auto position = static_cast<std::size_t>(fieldCount_);
   if (!stored.present()) {
     fields_->setNull(position);
-  } else if (!assignValue(stored, formats_->of(stored.kind()), *fields_, position)) {
+  } else if (!assignValue(stored, formats_->set(), *fields_, position)) {
     return false;
   } else {
     textBytes_ += static_cast<int>(fields_->fields(position + 1)[position].size + 1);
@@ -237,10 +237,10 @@ bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored) {
 }
 
 // The next field's memory serves for the text; that field stays null.
-std::optional<long long> ConnectionRowByOrder::readInteger(const StoredColumn& stored, const PercentFormat* format) {
+std::optional<long long> ConnectionRowByOrder::readInteger(const StoredColumn& stored, const FormatSet& formats) {
   const auto position = static_cast<std::size_t>(fieldCount_);
   fields_->extend(position + 1);
-  if (!assignValue(stored, format, *fields_, position)) return std::nullopt;
+  if (!assignValue(stored, formats, *fields_, position)) return std::nullopt;
   const long long number = std::strtoll(fields_->text(position), nullptr, 10);
   fields_->setNull(position);
   return number;
@@ -259,8 +259,8 @@ bool ConnectionRowByOrder::getSequenceNumberfromRow(void* record, ConnectionErro
     if (sequenceNumberColumnName_ != streamType_->getColumnName(i)) continue;
     const StoredColumn stored{streamType_->getColumnType(i), reader.column(static_cast<std::size_t>(i))};
     if (!stored.present()) continue;
-    const auto format = kyv_internal::compiledFormat(stored.kind(), {});  // none were given
-    const std::optional<long long> number = readInteger(stored, format ? &*format : nullptr);
+    const kyv_internal::SingleFormat format(stored.kind(), {});  // none was given
+    const std::optional<long long> number = readInteger(stored, format.set());
     if (!number) {
       errors->addGeneral(aboutColumn(*streamType_, i, stored.type));
       return false;

@@ -9,23 +9,29 @@ namespace kyv {
 
 namespace {
 
-bool isIndexOf(int index, const std::vector<StreamColumn>& columns) {
-  return index >= 0 && static_cast<std::size_t>(index) < columns.size();
+template <class T>
+bool isIndexOf(int index, const std::vector<T>& columns) {
+  return static_cast<unsigned int>(index) < columns.size();
 }
 
 }  // namespace
 
-StreamSchema::StreamSchema(std::string name, int id, std::vector<StreamColumn> columns)
-    : name_(std::move(name)), id_(id), columns_(std::move(columns)) {}
+StreamSchema::StreamSchema(std::string name, int id, const std::vector<StreamColumn>& columns)
+    : name_(std::move(name)), id_(id) {
+  for (const StreamColumn& column : columns) {
+    columnNames_.push_back(column.name);
+    columnTypes_.push_back(column.type);
+  }
+}
 
-int StreamSchema::getColumnCount() const { return static_cast<int>(columns_.size()); }
+int StreamSchema::getColumnCount() const { return static_cast<int>(columnTypes_.size()); }
 
 const char* StreamSchema::getColumnName(int index) const {
-  return isIndexOf(index, columns_) ? columns_[static_cast<std::size_t>(index)].name.c_str() : "";
+  return isIndexOf(index, columnNames_) ? columnNames_[static_cast<unsigned int>(index)].c_str() : "";
 }
 
 unsigned int StreamSchema::getColumnType(int index) const {
-  return isIndexOf(index, columns_) ? columns_[static_cast<std::size_t>(index)].type : DataTypes::kUndefined;
+  return isIndexOf(index, columnTypes_) ? columnTypes_[static_cast<unsigned int>(index)] : DataTypes::kUndefined;
 }
 
 ConnectionRowType* StreamSchema::clone() const { return new StreamSchema(*this); }

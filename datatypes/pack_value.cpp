@@ -26,6 +26,24 @@ namespace kyv_internal {
 
 namespace {
 
+// Copies a short text without a call: as two words that may overlap.
+void copyText(std::string_view text, unsigned char* out) {
+  const std::size_t size = text.size();
+  if (size > 16) {
+    std::memcpy(out, text.data(), size);
+  } else if (size >= 8) {
+    const auto head = load<std::uint64_t>(text.data());
+    store(out + size - 8, load<std::uint64_t>(text.data() + size - 8));
+    store(out, head);
+  } else if (size >= 4) {
+    const auto head = load<std::uint32_t>(text.data());
+    store(out + size - 4, load<std::uint32_t>(text.data() + size - 4));
+    store(out, head);
+  } else {
+    for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<unsigned char>(text[i]);
+  }
+}
+
 constexpr const char* kOverflow = "output buffer overflow";
 constexpr const char* kUnknownType = "conversion to unknown type";
 constexpr const char* kBadBinary = "DataType::convertFromStringAndPack() could not convert binary data from hex.";
@@ -35,35 +53,38 @@ using UnsignedOf =
     std::conditional_t<size == 8, std::uint64_t, std::conditional_t<size == 4, std::uint32_t, std::uint16_t>>;
 
 // The one place where a fixed-size value meets the capacity and the byte order.
-template <class Stored, class Value>
-Packed storePacked(const Parsed<Value>& parsed, ByteOrder order, std::span<unsigned char> out) {
-  if (parsed.error != nullptr) return {0, parsed.error};
-  if (out.size() < sizeof(Stored)) return {0, kOverflow};
+template <class Stored, ByteOrder order, class Value>
+const char* storePacked(const Parsed<Value>& parsed, PackBuffer& out) {
+  if (parsed.error != nullptr) return parsed.error;
+  if (out.room() < sizeof(Stored)) return kOverflow;
   const auto value = static_cast<Stored>(parsed.value);
   if constexpr (sizeof(Stored) == 1) {
-    store(out.data(), value);
+    store(out.position, value);
   } else {
     const auto bits = std::bit_cast<UnsignedOf<sizeof(Stored)>>(value);
-    store(out.data(), order == ByteOrder::Host ? bits : reversed(bits));
+    store(out.position, order == ByteOrder::Host ? bits : reversed(bits));
   }
-  return {sizeof(Stored), nullptr};
+  out.position += sizeof(Stored);
+  return nullptr;
 }
 
-Packed packString(std::string_view text, std::span<unsigned char> out) {
-  if (out.size() <= text.size()) return {0, kOverflow};
-  std::memcpy(out.data(), text.data(), text.size());
-  out[text.size()] = 0;
-  return {static_cast<std::uint32_t>(text.size() + 1), nullptr};
+const char* packString(std::string_view text, PackBuffer& out) {
+  if (out.room() <= text.size()) return kOverflow;
+  copyText(text, out.position);
+  out.position[text.size()] = 0;
+  out.position += text.size() + 1;
+  return nullptr;
 }
 
 // The length is written before the digits are converted, and counts white space too: a text with enough of it fails.
-Packed packBinary(std::string_view text, std::span<unsigned char> out) {
+const char* packBinary(std::string_view text, PackBuffer& out) {
   const std::size_t estimate = text.size() / 2;
-  if (out.size() < kBinaryPrefixSize + estimate) return {0, kOverflow};
-  store(out.data(), bigEndian(static_cast<std::uint32_t>(estimate)));
-  const Parsed<std::size_t> written = parseHex(text, out.subspan(kBinaryPrefixSize, estimate));
-  if (written.error != nullptr || written.value != estimate) return {0, kBadBinary};
-  return {static_cast<std::uint32_t>(kBinaryPrefixSize + estimate), nullptr};
+  if (out.room() < kBinaryPrefixSize + estimate) return kOverflow;
+  store(out.position, bigEndian(static_cast<std::uint32_t>(estimate)));
+  const Parsed<std::size_t> written = parseHex(text, {out.position + kBinaryPrefixSize, estimate});
+  if (written.error != nullptr || written.value != estimate) return kBadBinary;
+  out.position += kBinaryPrefixSize + estimate;
+  return nullptr;
 }
 
 void storeDecimal(unsigned char* out, Coefficient coefficient, unsigned int precision, unsigned int scale) {
@@ -73,61 +94,79 @@ void storeDecimal(unsigned char* out, Coefficient coefficient, unsigned int prec
   std::memset(out + kDecimalUnusedOffset, 0, kDecimalSize - kDecimalUnusedOffset);
 }
 
-Packed packDecimal(unsigned int type, std::string_view text, ByteOrder order, std::span<unsigned char> out) {
+template <ByteOrder order>
+const char* packDecimal(unsigned int type, std::string_view text, PackBuffer& out) {
   const unsigned int precision = precisionOf(type);
   const unsigned int scale = scaleOf(type);
   const auto parsed = parseDecimal(text, static_cast<int>(precision), static_cast<int>(scale));
-  if (parsed.error != nullptr) return {0, parsed.error};
-  if (out.size() < kDecimalSize) return {0, kOverflow};
-  storeDecimal(out.data(), parsed.value, precision, scale);
-  if (order == ByteOrder::Opposite) reverseDecimal(out.data());
-  return {kDecimalSize, nullptr};
+  if (parsed.error != nullptr) return parsed.error;
+  if (out.room() < kDecimalSize) return kOverflow;
+  storeDecimal(out.position, parsed.value, precision, scale);
+  if (order == ByteOrder::Opposite) reverseDecimal(out.position);
+  out.position += kDecimalSize;
+  return nullptr;
 }
 
-}  // namespace
-
-std::size_t packedSize(unsigned int type, std::string_view text) {
-  const TypeRow& row = typeRow(type);
-  if (row.kind == Kind::String) return text.size() + 1;
-  if (row.kind == Kind::Binary) return text.size() / 2 + kBinaryPrefixSize;
-  return row.size;
-}
-
-Packed packText(unsigned int type, std::string_view text, const PercentFormat* format, ByteOrder order,
-                std::span<unsigned char> out) {
+template <ByteOrder order>
+[[gnu::always_inline]] inline const char* pack(unsigned int type, std::string_view text, const FormatSet& formats,
+                                               PackBuffer& out) {
   switch (kindOf(type)) {
     case Kind::Int16:
-      return storePacked<std::int16_t>(parseInteger(text, kInt16Rules), order, out);
+      return storePacked<std::int16_t, order>(parseInteger(text, kInt16Rules), out);
     case Kind::Integer:
-      return storePacked<std::int32_t>(parseInteger(text, kIntegerRules), order, out);
+      return storePacked<std::int32_t, order>(parseInteger(text, kIntegerRules), out);
     case Kind::Long:
-      return storePacked<std::int64_t>(parseInteger(text, kLongRules), order, out);
+      return storePacked<std::int64_t, order>(parseInteger(text, kLongRules), out);
     case Kind::Interval:
-      return storePacked<std::int64_t>(parseInteger(text, kIntervalRules), order, out);
+      return storePacked<std::int64_t, order>(parseInteger(text, kIntervalRules), out);
     case Kind::Float:
-      return storePacked<double>(parseFloat(text), order, out);
+      return storePacked<double, order>(parseFloat(text), out);
     case Kind::Money:
-      return storePacked<std::int64_t>(parseMoney(text, moneyScale(type)), order, out);
+      return storePacked<std::int64_t, order>(parseMoney(text, moneyScale(type)), out);
     case Kind::Boolean:
-      return storePacked<std::uint8_t>(parseBoolean(text), order, out);
+      return storePacked<std::uint8_t, order>(parseBoolean(text), out);
     case Kind::Date:
-      return storePacked<std::int64_t>(parseDate(text, *format), order, out);
+      return storePacked<std::int64_t, order>(parseDate(text, *formats.date), out);
     case Kind::Time:
-      return storePacked<std::int64_t>(parseTime(text, *format), order, out);
+      return storePacked<std::int64_t, order>(parseTime(text, *formats.time), out);
     case Kind::Timestamp:
-      return storePacked<std::int64_t>(parseTimestamp(text, *format), order, out);
+      return storePacked<std::int64_t, order>(parseTimestamp(text, *formats.timestamp), out);
     case Kind::BigDateTime:
-      return storePacked<std::int64_t>(parseBigDateTime(text, *format), order, out);
+      return storePacked<std::int64_t, order>(parseBigDateTime(text, *formats.bigdatetime), out);
     case Kind::String:
       return packString(text, out);
     case Kind::Binary:
       return packBinary(text, out);
     case Kind::FixedDecimal:
-      return packDecimal(type, text, order, out);
+      return packDecimal<order>(type, text, out);
     case Kind::None:
       break;
   }
-  return {0, kUnknownType};
+  return kUnknownType;
+}
+
+}  // namespace
+
+const char* packText(unsigned int type, std::string_view text, const FormatSet& formats, ByteOrder order,
+                     PackBuffer& out) {
+  return order == ByteOrder::Host ? pack<ByteOrder::Host>(type, text, formats, out)
+                                  : pack<ByteOrder::Opposite>(type, text, formats, out);
+}
+
+PackedFields packFields(std::span<const RowField> fields, const FormatSet& formats, unsigned char* record,
+                        std::size_t size) {
+  PackBuffer out{record + payloadOffset(fields.size()), record + size};
+  unsigned char* entry = record + kTableOffset;
+  for (const RowField& field : fields) {
+    const auto offset = static_cast<std::int32_t>(out.position - record);
+    store(entry, field.data == nullptr ? std::int32_t{0} : offset);
+    entry += kEntrySize;
+    if (field.data == nullptr) continue;
+    const char* const error = pack<ByteOrder::Host>(field.type, field.text(), formats, out);
+    if (error != nullptr) return {static_cast<std::size_t>(&field - fields.data()), error};
+  }
+  store(entry, static_cast<std::int32_t>(out.position - record));
+  return {fields.size(), nullptr};
 }
 
 }  // namespace kyv_internal
@@ -183,13 +222,13 @@ unsigned int convertFromStringAndPack(const unsigned int& type, bool swap, const
                                       unsigned long capacity, const char*& error, const char* dateFormat,
                                       const char* timestampFormat, const char* bigdatetimeFormat,
                                       const char* timeFormat) {
-  const auto format = kyv_internal::compiledFormat(kyv_internal::kindOf(type),
-                                                   {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
-  const kyv_internal::Packed packed =
-      kyv_internal::packText(type, text, format ? &*format : nullptr,
-                             swap ? kyv_internal::ByteOrder::Opposite : kyv_internal::ByteOrder::Host, {out, capacity});
-  if (packed.error == nullptr) return packed.bytes;
-  error = packed.error;
+  const kyv_internal::SingleFormat format(kyv_internal::kindOf(type),
+                                          {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
+  kyv_internal::PackBuffer packed{out, out + capacity};
+  const char* const message = kyv_internal::packText(
+      type, text, format.set(), swap ? kyv_internal::ByteOrder::Opposite : kyv_internal::ByteOrder::Host, packed);
+  if (message == nullptr) return static_cast<unsigned int>(packed.position - out);
+  error = message;
   return kFailed;
 }
 

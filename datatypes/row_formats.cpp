@@ -10,20 +10,24 @@ const char* orElse(const char* format, const char* fallback) { return format != 
 
 }  // namespace
 
-std::optional<PercentFormat> compiledFormat(Kind kind, FormatTexts texts) {
+SingleFormat::SingleFormat(Kind kind, FormatTexts texts) {
   const char* const date = orElse(texts.date, DataTypes::g_date_format);
   const char* const timestamp = orElse(texts.timestamp, date);
   switch (kind) {
     case Kind::Date:
-      return PercentFormat(date);
+      format_.emplace(date);
+      break;
     case Kind::Timestamp:
-      return PercentFormat(timestamp);
+      format_.emplace(timestamp);
+      break;
     case Kind::BigDateTime:
-      return PercentFormat(orElse(texts.bigdatetime, timestamp));
+      format_.emplace(orElse(texts.bigdatetime, timestamp));
+      break;
     case Kind::Time:
-      return PercentFormat(orElse(texts.time, DataTypes::g_time_format));
+      format_.emplace(orElse(texts.time, DataTypes::g_time_format));
+      break;
     default:
-      return std::nullopt;
+      break;
   }
 }
 

@@ -13,26 +13,22 @@ inline constexpr const char* kDefaultTimeFormat = "%H:%M:%S";
 // Dates and timestamps deliberately share one default, which includes the time of day.
 inline constexpr const char* kDefaultDateFormat = "%Y-%m-%d %H:%M:%S";
 
+// The formats that a conversion uses, one for each kind that has one; those it does not need may be null.
+struct FormatSet {
+  const PercentFormat* date = nullptr;
+  const PercentFormat* timestamp = nullptr;
+  const PercentFormat* bigdatetime = nullptr;
+  const PercentFormat* time = nullptr;
+};
+
 class RowFormats {
  public:
   PercentFormat date{kDefaultDateFormat};
   PercentFormat timestamp{kDefaultDateFormat};
   PercentFormat time{kDefaultTimeFormat};
 
-  // The format of a kind's texts; bigdatetimes use the timestamps' one. Null for kinds without a format.
-  const PercentFormat* of(Kind kind) const {
-    switch (kind) {
-      case Kind::Date:
-        return &date;
-      case Kind::Timestamp:
-      case Kind::BigDateTime:
-        return &timestamp;
-      case Kind::Time:
-        return &time;
-      default:
-        return nullptr;
-    }
-  }
+  // Bigdatetimes use the timestamps' format.
+  FormatSet set() const { return {&date, &timestamp, &timestamp, &time}; }
 };
 
 // The formats of the plain conversion functions, null where the caller gave none.
@@ -43,9 +39,20 @@ struct FormatTexts {
   const char* time;
 };
 
-// The format of a kind's texts, compiled for one conversion, with each missing one replaced by its default: the date
-// format by the process's, the timestamp format by the date format, the bigdatetime format by the timestamp format, the
-// time format by the process's. None for kinds without a format.
-std::optional<PercentFormat> compiledFormat(Kind kind, FormatTexts texts);
+// The one format that a value of a kind needs, compiled for one conversion, with each missing text replaced by its
+// default: the date format by the process's, the timestamp format by the date format, the bigdatetime format by the
+// timestamp format, the time format by the process's. Nothing is compiled for kinds without a format.
+class SingleFormat {
+ public:
+  SingleFormat(Kind kind, FormatTexts texts);
+
+  FormatSet set() const {
+    const PercentFormat* const format = format_ ? &*format_ : nullptr;
+    return {format, format, format, format};
+  }
+
+ private:
+  std::optional<PercentFormat> format_;
+};
 
 }  // namespace kyv_internal

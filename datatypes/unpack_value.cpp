@@ -76,7 +76,7 @@ std::size_t storedSize(unsigned int type) {
   }
 }
 
-std::size_t printValue(unsigned int type, const unsigned char* value, const PercentFormat* format, TextStyle style,
+std::size_t printValue(unsigned int type, const unsigned char* value, const FormatSet& formats, TextStyle style,
                        char* out) {
   const auto length = [out](const char* end) { return static_cast<std::size_t>(end - out); };
   const ZeroFraction zero = style == TextStyle::Exact ? ZeroFraction::Omitted : ZeroFraction::Printed;
@@ -95,12 +95,13 @@ std::size_t printValue(unsigned int type, const unsigned char* value, const Perc
     case Kind::Boolean:
       return copyText(*value != 0 ? "true" : "false", out);
     case Kind::Date:
+      return printDate(loadSeconds(value, DataTypes::g_dateSize), *formats.date, out);
     case Kind::Time:
-      return printDate(loadSeconds(value, storedSize(type)), *format, out);
+      return printDate(loadSeconds(value, DataTypes::g_timeSize), *formats.time, out);
     case Kind::Timestamp:
-      return printTimestamp(load<std::int64_t>(value), *format, zero, out);
+      return printTimestamp(load<std::int64_t>(value), *formats.timestamp, zero, out);
     case Kind::BigDateTime:
-      return printBigDateTime(load<std::int64_t>(value), *format, zero, out);
+      return printBigDateTime(load<std::int64_t>(value), *formats.bigdatetime, zero, out);
     case Kind::FixedDecimal:
       return printPackedDecimal(type, value, out);
     case Kind::String:
@@ -124,7 +125,7 @@ std::size_t printDefault(unsigned int type, const unsigned char* value, ZoneSuff
     case Kind::BigDateTime:
       return length(printDefaultBigDateTime(load<std::int64_t>(value), zone, out));
     default:
-      return printValue(type, value, nullptr, TextStyle::Row, out);
+      return printValue(type, value, {}, TextStyle::Row, out);
   }
 }
 
@@ -290,10 +291,9 @@ char* unpackToNewString(unsigned char* data, const unsigned int& type, const cha
   const Kind kind = kyv_internal::kindOf(type);
   if (kind == Kind::String) return strdup(static_cast<const char*>(static_cast<const void*>(data)));
   if (kind == Kind::Binary) return newHexText(data);
-  const auto format = kyv_internal::compiledFormat(kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
+  const kyv_internal::SingleFormat format(kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
   char text[kTextBuffer];
-  const std::size_t length =
-      kyv_internal::printValue(type, data, format ? &*format : nullptr, kyv_internal::TextStyle::Row, text);
+  const std::size_t length = kyv_internal::printValue(type, data, format.set(), kyv_internal::TextStyle::Row, text);
   return newText({text, length});
 }
 

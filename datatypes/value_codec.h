@@ -8,26 +8,46 @@
 #include <string_view>
 
 #include "datatypes/datetime_text.h"
-#include "datatypes/percent_format.h"
-#include "datatypes/type_code.h"
+#include "datatypes/row_formats.h"
+#include "datatypes/type_catalogue.h"
+#include "row2/row2_layout.h"
+#include "row2/row_field.h"
 
 namespace kyv_internal {
 
 enum class ByteOrder : bool { Host, Opposite };
 
-// Bytes written, or the static message that says why none were.
-struct [[nodiscard]] Packed {
-  std::uint32_t bytes = 0;
-  const char* error = nullptr;
+// Where packed values go, one behind another.
+struct PackBuffer {
+  unsigned char* position;
+  const unsigned char* end;
+
+  std::size_t room() const { return static_cast<std::size_t>(end - position); }
 };
 
 // Bytes that a text takes when packed as a type. Exact for every text that packs.
-std::size_t packedSize(unsigned int type, std::string_view text);
+inline std::size_t packedSize(unsigned int type, std::string_view text) {
+  const TypeRow& row = typeRow(type);
+  if (row.size != 0) return row.size;
+  if (row.kind == Kind::String) return text.size() + 1;
+  return row.kind == Kind::Binary ? text.size() / 2 + kBinaryPrefixSize : 0;
+}
 
-// Converts a text and writes the packed value. `format` is the one of the type's kind: date, time, timestamp and
-// bigdatetime need one. Nothing is written on failure, except perhaps a binary value's length.
-Packed packText(unsigned int type, std::string_view text, const PercentFormat* format, ByteOrder order,
-                std::span<unsigned char> out);
+// Converts a text and writes the packed value, moving the position behind it. Otherwise the static message that says
+// why not; then nothing was written, except perhaps a binary value's length.
+[[nodiscard]] const char* packText(unsigned int type, std::string_view text, const FormatSet& formats, ByteOrder order,
+                                   PackBuffer& out);
+
+// The column that could not be packed, with its message; one past the last and null when all were.
+struct PackedFields {
+  std::size_t column;
+  const char* error;
+};
+
+// Packs a row's fields one behind another, behind the offset table of a record of `size` bytes, and writes the table:
+// what packText does, for all columns in one go.
+[[nodiscard]] PackedFields packFields(std::span<const RowField> fields, const FormatSet& formats, unsigned char* record,
+                                      std::size_t size);
 
 // How values become text.
 enum class TextStyle : std::uint8_t {
@@ -41,7 +61,7 @@ inline constexpr std::size_t kMaxValueText = kMaxFormattedText;
 // Writes the text of a packed value in host order that is neither a string nor binary, without terminator; `out` has
 // room for kMaxValueText characters. Returns the number of characters; 0 for a kind without text. The value has its
 // type's size.
-std::size_t printValue(unsigned int type, const unsigned char* value, const PercentFormat* format, TextStyle style,
+std::size_t printValue(unsigned int type, const unsigned char* value, const FormatSet& formats, TextStyle style,
                        char* out);
 
 // Writes the default text of such a value: what printValue gives in the row style, but dates and times in the default

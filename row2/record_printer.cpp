@@ -17,8 +17,8 @@ namespace kyv {
 
 namespace {
 
+using kyv_internal::FormatSet;
 using kyv_internal::Kind;
-using kyv_internal::RowFormats;
 using kyv_internal::RowReader;
 using kyv_internal::StoredColumn;
 
@@ -43,10 +43,10 @@ std::vector<PrintedColumn> columnsOf(const ConnectionRowType& schema) {
 }
 
 // Appends a value that is neither a string nor binary and returns its text, which lies in `out`.
-std::string_view appendValue(const StoredColumn& column, const RowFormats& formats, ByteBuffer& out) {
+std::string_view appendValue(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
   char* const text = out.prepare(kyv_internal::kMaxValueText);
-  const std::size_t length = kyv_internal::printValue(column.type, column.value.data(), formats.of(column.kind()),
-                                                      kyv_internal::TextStyle::Exact, text);
+  const std::size_t length =
+      kyv_internal::printValue(column.type, column.value.data(), formats, kyv_internal::TextStyle::Exact, text);
   out.commit(length);
   return {text, length};
 }
@@ -60,7 +60,7 @@ void appendHex(const StoredColumn& column, ByteBuffer& out) {
 
 // Appends a value other than a string; where its text would not stand as one field, because of a format or an unusual
 // separator, it is quoted.
-void appendDelimitedValue(const StoredColumn& column, const RowFormats& formats,
+void appendDelimitedValue(const StoredColumn& column, const FormatSet& formats,
                           const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
   const std::size_t before = out.size();
   if (column.kind() == Kind::Binary) {
@@ -75,7 +75,7 @@ void appendDelimitedValue(const StoredColumn& column, const RowFormats& formats,
   delimited.append(copy, out);
 }
 
-void appendDelimitedColumn(const StoredColumn& column, const RowFormats& formats,
+void appendDelimitedColumn(const StoredColumn& column, const FormatSet& formats,
                            const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
   if (!column.present()) return;
   if (column.kind() == Kind::String) {
@@ -105,7 +105,7 @@ JsonForm jsonFormOf(Kind kind) {
   }
 }
 
-void appendJsonText(const StoredColumn& column, const RowFormats& formats, ByteBuffer& out) {
+void appendJsonText(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
   ByteBuffer text;
   if (column.kind() == Kind::String) {
     return kyv_internal::appendJsonString(kyv_internal::packedString(column.value), out);
@@ -121,7 +121,7 @@ void appendJsonText(const StoredColumn& column, const RowFormats& formats, ByteB
 // JSON has no number that is infinite or none.
 bool isJsonNumber(const StoredColumn& column) { return std::isfinite(kyv_internal::load<double>(column.value.data())); }
 
-void appendJsonColumn(const StoredColumn& column, const RowFormats& formats, ByteBuffer& out) {
+void appendJsonColumn(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
   const JsonForm form = jsonFormOf(column.kind());
   if (!column.present() || (form == JsonForm::Number && !isJsonNumber(column))) {
     out.append("null");
@@ -138,23 +138,25 @@ struct RecordPrinter::Parts {
   explicit Parts(const ConnectionRowType& schema) : streamName(schema.getStreamName()), columns(columnsOf(schema)) {}
 
   void appendDelimitedColumns(const RowReader& reader, ByteBuffer& out) const {
+    const FormatSet set = formats.set();
     for (std::size_t i = 0; i < columns.size(); ++i) {
       if (i != 0) out.append({&separator, 1});
-      appendDelimitedColumn({columns[i].type, reader.column(i)}, formats, delimited, out);
+      appendDelimitedColumn({columns[i].type, reader.column(i)}, set, delimited, out);
     }
   }
 
   void appendJsonColumns(const RowReader& reader, ByteBuffer& out) const {
+    const FormatSet set = formats.set();
     for (std::size_t i = 0; i < columns.size(); ++i) {
       if (i != 0) out.append(",");
       out.append(columns[i].jsonKey);
-      appendJsonColumn({columns[i].type, reader.column(i)}, formats, out);
+      appendJsonColumn({columns[i].type, reader.column(i)}, set, out);
     }
   }
 
   std::string streamName;
   std::vector<PrintedColumn> columns;
-  RowFormats formats;
+  kyv_internal::RowFormats formats;
   char separator = ',';
   kyv_internal::DelimitedText delimited{separator};
   bool withService = false;

@@ -41,40 +41,12 @@ void writeHeader(unsigned char* record, std::size_t size, const RowSource& sourc
   store(record + kCountsOffset, static_cast<std::uint32_t>(source.fields.size()) & kColumnCountMask);
 }
 
-void storeEntry(unsigned char* record, std::size_t index, std::size_t offset) {
-  store(record + entryOffset(index), static_cast<std::int32_t>(offset));
-}
-
 void reportColumn(const RowSource& source, std::size_t column, const char* message, ConnectionErrors& errors) {
   const RowField& field = source.fields[column];
   errors.addGeneral(strprintf("record %lu: Error converting data '%s'->%s for Stream '%s' Column '%s': %s",
                               source.recordNo, std::string(field.text()).c_str(),
                               DataTypes::typeToStringUpper(field.type), source.schema.getStreamName(),
                               source.schema.getColumnName(static_cast<int>(column)), message));
-}
-
-// Packs the columns one after another behind the offset table.
-bool packColumns(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
-                 int& failedColumn) {
-  std::size_t position = payloadOffset(source.fields.size());
-  for (std::size_t i = 0; i < source.fields.size(); ++i) {
-    const RowField& field = source.fields[i];
-    if (field.data == nullptr) {
-      storeEntry(record, i, 0);
-      continue;
-    }
-    const Packed packed = packText(field.type, field.text(), source.formats.of(kindOf(field.type)), ByteOrder::Host,
-                                   {record + position, size - position});
-    if (packed.error != nullptr) {
-      failedColumn = static_cast<int>(i);
-      reportColumn(source, i, packed.error, errors);
-      return false;
-    }
-    storeEntry(record, i, position);
-    position += packed.bytes;
-  }
-  storeEntry(record, source.fields.size(), position);
-  return true;
 }
 
 // The size of the record, or 0 with a message when its length word could not hold it.
@@ -89,7 +61,11 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
 bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
                  int& failedColumn) {
   writeHeader(record, size, source);
-  return packColumns(record, size, source, errors, failedColumn);
+  const PackedFields packed = packFields(source.fields, source.formats.set(), record, size);
+  if (packed.error == nullptr) return true;
+  failedColumn = static_cast<int>(packed.column);
+  reportColumn(source, packed.column, packed.error, errors);
+  return false;
 }
 
 unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }

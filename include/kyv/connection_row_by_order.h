@@ -14,7 +14,7 @@
 
 namespace kyv_internal {
 class FieldList;
-class PercentFormat;
+struct FormatSet;
 struct RowSource;
 struct StoredColumn;
 }  // namespace kyv_internal
@@ -81,7 +81,7 @@ class KYV_EXPORT ConnectionRowByOrder : public ConnectionRow {
   bool storeNextField(const kyv_internal::StoredColumn& stored);
   // The integer that a column's text begins with; nothing when memory is exhausted.
   std::optional<long long> readInteger(const kyv_internal::StoredColumn& stored,
-                                       const kyv_internal::PercentFormat* format);
+                                       const kyv_internal::FormatSet& formats);
 
   // In the order of the class's fields; additions follow.
   int textBytes_ = 0;

@@ -18,7 +18,7 @@ struct StreamColumn {
 // Threads: any number may read it at once. An index outside the columns gives "" and the undefined type.
 class KYV_EXPORT StreamSchema final : public ConnectionRowType {
  public:
-  StreamSchema(std::string name, int id, std::vector<StreamColumn> columns);
+  StreamSchema(std::string name, int id, const std::vector<StreamColumn>& columns);
 
   int getColumnCount() const override;
   const char* getColumnName(int index) const override;
@@ -30,7 +30,8 @@ class KYV_EXPORT StreamSchema final : public ConnectionRowType {
  private:
   std::string name_;
   int id_;
-  std::vector<StreamColumn> columns_;
+  std::vector<std::string> columnNames_;
+  std::vector<unsigned int> columnTypes_;
 };
 
 }  // namespace kyv
