@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "connection/operation_code.h"
-#include "datatypes/row_formats.h"
+#include "connection/prepared_settings.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ ConnectionRow::ConnectionRow()
     : timeFormat_(kyv_internal::kDefaultTimeFormat),
       dateFormat_(kyv_internal::kDefaultDateFormat),
       timestampFormat_(kyv_internal::kDefaultDateFormat),
-      formats_(std::make_unique<kyv_internal::RowFormats>()) {}
+      prepared_(std::make_unique<kyv_internal::PreparedSettings>()) {}
 
 ConnectionRow::~ConnectionRow() {
   if (ownsStreamType_) delete streamType_;
@@ -34,23 +34,24 @@ void ConnectionRow::clear() {
   streamName_.clear();
   if (ownsStreamType_) delete streamType_;
   streamType_ = nullptr;
+  prepared_->schema.setSchema(nullptr);
 }
 
 void ConnectionRow::clearData() {}
 
 void ConnectionRow::setTimeFormat(const char* format) {
   timeFormat_ = format;
-  formats_->time = kyv_internal::PercentFormat(timeFormat_);
+  prepared_->formats.time = kyv_internal::PercentFormat(timeFormat_);
 }
 
 void ConnectionRow::setDateFormat(const char* format) {
   dateFormat_ = format;
-  formats_->date = kyv_internal::PercentFormat(dateFormat_);
+  prepared_->formats.date = kyv_internal::PercentFormat(dateFormat_);
 }
 
 void ConnectionRow::setTimestampFormat(const char* format) {
   timestampFormat_ = format;
-  formats_->timestamp = kyv_internal::PercentFormat(timestampFormat_);
+  prepared_->formats.timestamp = kyv_internal::PercentFormat(timestampFormat_);
 }
 
 void ConnectionRow::setStreamName(const char* name) { streamName_ = name; }
@@ -61,6 +62,7 @@ void ConnectionRow::setStreamType(ConnectionRowType* type, bool own) {
   if (ownsStreamType_) delete streamType_;
   streamType_ = type;
   ownsStreamType_ = own;
+  prepared_->schema.setSchema(type);
 }
 
 ConnectionRowType* ConnectionRow::getStreamType() { return streamType_; }

@@ -8,8 +8,8 @@
 
 #include "connection/field_list.h"
 #include "connection/operation_code.h"
+#include "connection/prepared_settings.h"
 #include "datatypes/hex_text.h"
-#include "datatypes/row_formats.h"
 #include "datatypes/value_codec.h"
 #include "kyv/string_utility.h"
 #include "row2/row_builder.h"
@@ -39,14 +39,20 @@ bool assignValue(const StoredColumn& column, const FormatSet& formats, FieldList
   if (kind == Kind::Binary) return assignHex(kyv_internal::packedBytes(column.value), fields, index);
   char text[kyv_internal::kMaxValueText];
   const std::size_t length =
-      kyv_internal::printValue(column.type, column.value.data(), formats, kyv_internal::TextStyle::Row, text);
+      kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Row, text);
   return fields.assign(index, {text, length});
 }
 
 // The part of a conversion message that says which column of which stream it is about.
-std::string aboutColumn(const ConnectionRowType& schema, int column, unsigned int type) {
-  return strprintf("Error converting %s data for Stream '%s' Column '%s'", DataTypes::typeToStringUpper(type),
-                   schema.getStreamName(), schema.getColumnName(column));
+std::string aboutColumn(const ConnectionRowType& schema, int column, const StoredColumn& stored) {
+  return strprintf("Error converting %s data for Stream '%s' Column '%s'",
+                   DataTypes::typeToStringUpper(stored.column.type), schema.getStreamName(),
+                   schema.getColumnName(column));
+}
+
+void reportColumn(const ConnectionRowType& schema, int column, const StoredColumn& stored, unsigned long recordNo,
+                  ConnectionErrors& errors) {
+  errors.addGeneral(strprintf("record %lu: %s", recordNo, aboutColumn(schema, column, stored).c_str()));
 }
 
 }  // namespace
@@ -135,18 +141,20 @@ std::optional<kyv_internal::RowSource> ConnectionRowByOrder::source(unsigned lon
     errors.addGeneral(strprintf("record %lu: no stream specified", recordNo));
     return std::nullopt;
   }
-  const int columns = streamType_->getColumnCount();
+  const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
   StreamInterface::StreamOperations operation;
   bool shineThrough = false;
   if (!kyv_internal::parseOperation(operation, op_, recordNo, errors)) return std::nullopt;
   if (!kyv_internal::parseFlags(shineThrough, flags_, recordNo, errors)) return std::nullopt;
-  if (fieldCount_ != columns) {
+  const int need = static_cast<int>(columns.size());
+  if (fieldCount_ != need) {
     errors.addGeneral(strprintf("record %lu: wrong number fields for stream '%s', have %d, need %d", recordNo,
-                                streamType_->getStreamName(), fieldCount_, columns));
+                                streamType_->getStreamName(), fieldCount_, need));
     return std::nullopt;
   }
-  return kyv_internal::RowSource{*streamType_, *formats_,    fields_->fields(static_cast<std::size_t>(fieldCount_)),
-                                 operation,    shineThrough, recordNo};
+  return kyv_internal::RowSource{
+      *streamType_, prepared_->formats, columns, fields_->fields(static_cast<std::size_t>(fieldCount_)),
+      operation,    shineThrough,       recordNo};
 }
 
 void* ConnectionRowByOrder::toRow(ConnectionCallback*, unsigned long recordNo, ConnectionErrors& errors) {
@@ -189,14 +197,15 @@ bool ConnectionRowByOrder::readColumns(const void* record, unsigned long recordN
     setFlagsAsString(kShineText);
     textBytes_ += static_cast<int>(sizeof kShineText);
   }
-  const int columns = streamType_->getColumnCount();
-  fields_->extend(static_cast<std::size_t>(std::max(columns, 0)));
-  for (int i = 0; i < columns; ++i) {
-    const StoredColumn stored{streamType_->getColumnType(i), reader.column(static_cast<std::size_t>(i))};
-    const ColumnRead read = gdMode_ ? readColumn(i, stored, recordNo, errors) : ColumnRead::Field;
+  const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
+  fields_->extend(columns.size());
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const int column = static_cast<int>(i);
+    const StoredColumn stored{columns[i], reader.column(i)};
+    const ColumnRead read = gdMode_ ? readColumn(column, stored, recordNo, errors) : ColumnRead::Field;
     if (read == ColumnRead::Failed) return false;
     if (read == ColumnRead::Delivery || storeNextField(stored)) continue;
-    errors.addGeneral(strprintf("record %lu: %s", recordNo, aboutColumn(*streamType_, i, stored.type).c_str()));
+    reportColumn(*streamType_, column, stored, recordNo, errors);
     return false;
   }
   return true;
@@ -210,9 +219,9 @@ ConnectionRowByOrder::ColumnRead ConnectionRowByOrder::readColumn(int column, co
   const bool isSequenceNumber = name == sequenceNumberColumnName_;
   if (!isSequenceNumber && name != opcodeColumnName_) return ColumnRead::Field;
   if (!stored.present()) return ColumnRead::Delivery;
-  const std::optional<long long> number = readInteger(stored, formats_->set());
+  const std::optional<long long> number = readInteger(stored, prepared_->formats.set());
   if (!number) {
-    errors.addGeneral(strprintf("record %lu: %s", recordNo, aboutColumn(*streamType_, column, stored.type).c_str()));
+    reportColumn(*streamType_, column, stored, recordNo, errors);
     return ColumnRead::Failed;
   }
   if (isSequenceNumber) {
@@ -227,7 +236,7 @@ bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored) {
   const auto position = static_cast<std::size_t>(fieldCount_);
   if (!stored.present()) {
     fields_->setNull(position);
-  } else if (!assignValue(stored, formats_->set(), *fields_, position)) {
+  } else if (!assignValue(stored, prepared_->formats.set(), *fields_, position)) {
     return false;
   } else {
     textBytes_ += static_cast<int>(fields_->fields(position + 1)[position].size + 1);
@@ -255,14 +264,15 @@ bool ConnectionRowByOrder::getSequenceNumberfromRow(void* record, ConnectionErro
   }
   if (!gdMode_) return true;
   const kyv_internal::RowReader reader(record);
-  for (int i = 0; i < streamType_->getColumnCount(); ++i) {
-    if (sequenceNumberColumnName_ != streamType_->getColumnName(i)) continue;
-    const StoredColumn stored{streamType_->getColumnType(i), reader.column(static_cast<std::size_t>(i))};
-    if (!stored.present()) continue;
+  const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const int column = static_cast<int>(i);
+    const StoredColumn stored{columns[i], reader.column(i)};
+    if (sequenceNumberColumnName_ != streamType_->getColumnName(column) || !stored.present()) continue;
     const kyv_internal::SingleFormat format(stored.kind(), {});  // none was given
     const std::optional<long long> number = readInteger(stored, format.set());
     if (!number) {
-      errors->addGeneral(aboutColumn(*streamType_, i, stored.type));
+      errors->addGeneral(aboutColumn(*streamType_, column, stored));
       return false;
     }
     sequenceNumber_ = *number;

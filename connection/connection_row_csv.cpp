@@ -1,6 +1,5 @@
 #include "kyv/connection_row_csv.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -8,6 +7,7 @@
 
 #include "connection/csv_line.h"
 #include "connection/operation_code.h"
+#include "connection/prepared_settings.h"
 #include "kyv/string_utility.h"
 #include "row2/row_builder.h"
 
@@ -25,17 +25,18 @@ struct Rest {
   }
 };
 
-bool checkFieldCount(const ConnectionRowType& schema, std::size_t count, int columns, unsigned long recordNo,
+bool checkFieldCount(const ConnectionRowType& schema, std::size_t count, std::size_t columns, unsigned long recordNo,
                      ConnectionErrors& errors) {
   const int have = static_cast<int>(count);
-  if (have < columns) {
+  const int need = static_cast<int>(columns);
+  if (have < need) {
     errors.addGeneral(strprintf("record %lu: not enough fields for stream '%s', only %d, need %d", recordNo,
-                                schema.getStreamName(), have, columns));
-  } else if (have > columns) {
-    errors.addGeneral(strprintf("record %lu: too many fields for stream '%s', need only %d", recordNo,
-                                schema.getStreamName(), columns));
+                                schema.getStreamName(), have, need));
+  } else if (have > need) {
+    errors.addGeneral(
+        strprintf("record %lu: too many fields for stream '%s', need only %d", recordNo, schema.getStreamName(), need));
   }
-  return have == columns;
+  return have == need;
 }
 
 }  // namespace
@@ -104,7 +105,7 @@ std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(std::string_view
     errors.addGeneral(strprintf("record %lu: no stream specified", recordNo));
     return std::nullopt;
   }
-  const int columns = streamType_->getColumnCount();
+  const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
   auto operation = StreamInterface::Upsert;
   bool hasFields = true;
   if (withService_) {
@@ -114,10 +115,10 @@ std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(std::string_view
     hasFields = end != std::string_view::npos;
     if (hasFields) rest = rest.from(end + 1);
   }
-  fields_.resize(static_cast<std::size_t>(std::max(columns, 0)));
+  fields_.resize(columns.size());
   const std::size_t count = hasFields ? kyv_internal::splitFields(rest.text, rest.writable, separator_, fields_) : 0;
-  if (!checkFieldCount(*streamType_, count, columns, recordNo, errors)) return std::nullopt;
-  return kyv_internal::RowSource{*streamType_, *formats_, fields_, operation, false, recordNo};
+  if (!checkFieldCount(*streamType_, count, columns.size(), recordNo, errors)) return std::nullopt;
+  return kyv_internal::RowSource{*streamType_, prepared_->formats, columns, fields_, operation, false, recordNo};
 }
 
 void* ConnectionRowCsv::toRow(ConnectionCallback*, unsigned long recordNo, ConnectionErrors& errors) {

@@ -15,7 +15,7 @@ RowField fieldAt(std::string_view line, char* writable, std::size_t begin, std::
   const std::string_view bare = withoutQuotes(text);
   if (writable != nullptr && bare.size() != text.size()) writable[end - 1] = 0;
   if (bare.empty()) return {};
-  return {bare.data(), bare.size(), 0};
+  return {bare.data(), bare.size()};
 }
 
 // How a line's pieces become fields: as they are when no quote is in the line, else with quotes removed.
@@ -23,7 +23,7 @@ struct BarePieces {
   std::string_view line;
 
   RowField operator()(std::size_t begin, std::size_t end) const {
-    return {begin == end ? nullptr : line.data() + begin, end - begin, 0};
+    return {begin == end ? nullptr : line.data() + begin, end - begin};
   }
 };
 

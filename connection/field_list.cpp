@@ -42,7 +42,7 @@ bool FieldList::assign(std::size_t index, std::string_view text) {
   char* const memory = storage_[index].memory;
   std::memmove(memory, text.data(), text.size());
   memory[text.size()] = 0;
-  fields_[index] = {memory, text.size(), 0};
+  fields_[index] = {memory, text.size()};
   return true;
 }
 
@@ -51,7 +51,7 @@ char* FieldList::prepare(std::size_t index, std::size_t size) {
   if (!makeRoom(index, size, replaced)) return nullptr;
   char* const memory = storage_[index].memory;
   memory[size] = 0;
-  fields_[index] = {memory, size, 0};
+  fields_[index] = {memory, size};
   return memory;
 }
 

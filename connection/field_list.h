@@ -22,7 +22,7 @@ class FieldList {
   ~FieldList();
 
   // The first `count` fields, one per position.
-  std::span<RowField> fields(std::size_t count) { return {fields_.data(), count}; }
+  std::span<const RowField> fields(std::size_t count) const { return {fields_.data(), count}; }
 
   // The text of a field, terminated, or null.
   const char* text(std::size_t index) const { return fields_[index].data; }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "datatypes/column_type.h"
 #include "kyv/data_types.h"
 
 namespace kyv {
@@ -20,9 +21,14 @@ StreamSchema::StreamSchema(std::string name, int id, const std::vector<StreamCol
     : name_(std::move(name)), id_(id) {
   for (const StreamColumn& column : columns) {
     columnNames_.push_back(column.name);
-    columnTypes_.push_back(column.type);
+    columnTypes_.push_back(kyv_internal::columnTypeOf(column.type));
   }
 }
+
+StreamSchema::StreamSchema(const StreamSchema& other) = default;
+StreamSchema::~StreamSchema() = default;
+
+std::span<const kyv_internal::ColumnType> StreamSchema::columnTypes() const { return columnTypes_; }
 
 int StreamSchema::getColumnCount() const { return static_cast<int>(columnTypes_.size()); }
 
@@ -31,7 +37,7 @@ const char* StreamSchema::getColumnName(int index) const {
 }
 
 unsigned int StreamSchema::getColumnType(int index) const {
-  return isIndexOf(index, columnTypes_) ? columnTypes_[static_cast<unsigned int>(index)] : DataTypes::kUndefined;
+  return isIndexOf(index, columnTypes_) ? columnTypes_[static_cast<unsigned int>(index)].type : DataTypes::kUndefined;
 }
 
 ConnectionRowType* StreamSchema::clone() const { return new StreamSchema(*this); }

@@ -108,9 +108,9 @@ const char* packDecimal(unsigned int type, std::string_view text, PackBuffer& ou
 }
 
 template <ByteOrder order>
-[[gnu::always_inline]] inline const char* pack(unsigned int type, std::string_view text, const FormatSet& formats,
-                                               PackBuffer& out) {
-  switch (kindOf(type)) {
+[[gnu::always_inline]] inline const char* pack(const ColumnType& column, std::string_view text,
+                                               const FormatSet& formats, PackBuffer& out) {
+  switch (column.kind) {
     case Kind::Int16:
       return storePacked<std::int16_t, order>(parseInteger(text, kInt16Rules), out);
     case Kind::Integer:
@@ -122,7 +122,7 @@ template <ByteOrder order>
     case Kind::Float:
       return storePacked<double, order>(parseFloat(text), out);
     case Kind::Money:
-      return storePacked<std::int64_t, order>(parseMoney(text, moneyScale(type)), out);
+      return storePacked<std::int64_t, order>(parseMoney(text, moneyScale(column.type)), out);
     case Kind::Boolean:
       return storePacked<std::uint8_t, order>(parseBoolean(text), out);
     case Kind::Date:
@@ -138,7 +138,7 @@ template <ByteOrder order>
     case Kind::Binary:
       return packBinary(text, out);
     case Kind::FixedDecimal:
-      return packDecimal<order>(type, text, out);
+      return packDecimal<order>(column.type, text, out);
     case Kind::None:
       break;
   }
@@ -147,23 +147,25 @@ template <ByteOrder order>
 
 }  // namespace
 
-const char* packText(unsigned int type, std::string_view text, const FormatSet& formats, ByteOrder order,
+const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats, ByteOrder order,
                      PackBuffer& out) {
-  return order == ByteOrder::Host ? pack<ByteOrder::Host>(type, text, formats, out)
-                                  : pack<ByteOrder::Opposite>(type, text, formats, out);
+  return order == ByteOrder::Host ? pack<ByteOrder::Host>(column, text, formats, out)
+                                  : pack<ByteOrder::Opposite>(column, text, formats, out);
 }
 
-PackedFields packFields(std::span<const RowField> fields, const FormatSet& formats, unsigned char* record,
-                        std::size_t size) {
+PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
+                        unsigned char* record, std::size_t size) {
   PackBuffer out{record + payloadOffset(fields.size()), record + size};
   unsigned char* entry = record + kTableOffset;
-  for (const RowField& field : fields) {
-    const auto offset = static_cast<std::int32_t>(out.position - record);
-    store(entry, field.data == nullptr ? std::int32_t{0} : offset);
-    entry += kEntrySize;
-    if (field.data == nullptr) continue;
-    const char* const error = pack<ByteOrder::Host>(field.type, field.text(), formats, out);
-    if (error != nullptr) return {static_cast<std::size_t>(&field - fields.data()), error};
+  for (std::size_t i = 0; i < fields.size(); ++i, entry += kEntrySize) {
+    const RowField& field = fields[i];
+    if (field.data == nullptr) {
+      store(entry, std::int32_t{0});
+      continue;
+    }
+    store(entry, static_cast<std::int32_t>(out.position - record));
+    const char* const error = pack<ByteOrder::Host>(columns[i], field.text(), formats, out);
+    if (error != nullptr) return {i, error};
   }
   store(entry, static_cast<std::int32_t>(out.position - record));
   return {fields.size(), nullptr};
@@ -222,11 +224,11 @@ unsigned int convertFromStringAndPack(const unsigned int& type, bool swap, const
                                       unsigned long capacity, const char*& error, const char* dateFormat,
                                       const char* timestampFormat, const char* bigdatetimeFormat,
                                       const char* timeFormat) {
-  const kyv_internal::SingleFormat format(kyv_internal::kindOf(type),
-                                          {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
+  const kyv_internal::ColumnType column = kyv_internal::columnTypeOf(type);
+  const kyv_internal::SingleFormat format(column.kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
+  const auto order = swap ? kyv_internal::ByteOrder::Opposite : kyv_internal::ByteOrder::Host;
   kyv_internal::PackBuffer packed{out, out + capacity};
-  const char* const message = kyv_internal::packText(
-      type, text, format.set(), swap ? kyv_internal::ByteOrder::Opposite : kyv_internal::ByteOrder::Host, packed);
+  const char* const message = kyv_internal::packText(column, text, format.set(), order, packed);
   if (message == nullptr) return static_cast<unsigned int>(packed.position - out);
   error = message;
   return kFailed;

@@ -65,22 +65,22 @@ std::size_t printPackedDecimal(unsigned int type, const unsigned char* value, ch
 
 }  // namespace
 
-std::size_t storedSize(unsigned int type) {
-  switch (kindOf(type)) {
+std::size_t storedSize(const ColumnType& column) {
+  switch (column.kind) {
     case Kind::Date:
       return DataTypes::g_dateSize;
     case Kind::Time:
       return DataTypes::g_timeSize;
     default:
-      return sizeOf(type);
+      return column.size;
   }
 }
 
-std::size_t printValue(unsigned int type, const unsigned char* value, const FormatSet& formats, TextStyle style,
+std::size_t printValue(const ColumnType& column, const unsigned char* value, const FormatSet& formats, TextStyle style,
                        char* out) {
   const auto length = [out](const char* end) { return static_cast<std::size_t>(end - out); };
   const ZeroFraction zero = style == TextStyle::Exact ? ZeroFraction::Omitted : ZeroFraction::Printed;
-  switch (kindOf(type)) {
+  switch (column.kind) {
     case Kind::Int16:
       return length(printInteger(load<std::int16_t>(value), out));
     case Kind::Integer:
@@ -91,7 +91,7 @@ std::size_t printValue(unsigned int type, const unsigned char* value, const Form
     case Kind::Float:
       return printFloatIn(style, load<double>(value), out);
     case Kind::Money:
-      return length(printMoney(load<std::int64_t>(value), moneyScale(type), out));
+      return length(printMoney(load<std::int64_t>(value), moneyScale(column.type), out));
     case Kind::Boolean:
       return copyText(*value != 0 ? "true" : "false", out);
     case Kind::Date:
@@ -103,7 +103,7 @@ std::size_t printValue(unsigned int type, const unsigned char* value, const Form
     case Kind::BigDateTime:
       return printBigDateTime(load<std::int64_t>(value), *formats.bigdatetime, zero, out);
     case Kind::FixedDecimal:
-      return printPackedDecimal(type, value, out);
+      return printPackedDecimal(column.type, value, out);
     case Kind::String:
     case Kind::Binary:
     case Kind::None:
@@ -113,19 +113,19 @@ std::size_t printValue(unsigned int type, const unsigned char* value, const Form
 }
 
 // The default text of a date or time kind; of any other kind the text that rows give it.
-std::size_t printDefault(unsigned int type, const unsigned char* value, ZoneSuffix zone, char* out) {
+std::size_t printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out) {
   const auto length = [out](const char* end) { return static_cast<std::size_t>(end - out); };
-  switch (kindOf(type)) {
+  switch (column.kind) {
     case Kind::Date:
-      return length(printDefaultDate(loadSeconds(value, storedSize(type)), zone, out));
+      return length(printDefaultDate(loadSeconds(value, storedSize(column)), zone, out));
     case Kind::Time:
-      return length(printDefaultTime(loadSeconds(value, storedSize(type)), zone, out));
+      return length(printDefaultTime(loadSeconds(value, storedSize(column)), zone, out));
     case Kind::Timestamp:
       return length(printDefaultTimestamp(load<std::int64_t>(value), zone, out));
     case Kind::BigDateTime:
       return length(printDefaultBigDateTime(load<std::int64_t>(value), zone, out));
     default:
-      return printValue(type, value, {}, TextStyle::Row, out);
+      return printValue(column, value, {}, TextStyle::Row, out);
   }
 }
 
@@ -162,12 +162,12 @@ void copyBounded(std::string_view text, char* out, unsigned long outSize) {
 }
 
 // A value in host order, whatever order it was stored in.
-ValueBytes hostOrder(unsigned int type, bool swap, const unsigned char* data) {
+ValueBytes hostOrder(const kyv_internal::ColumnType& column, bool swap, const unsigned char* data) {
   ValueBytes value{};
-  const std::size_t size = kyv_internal::storedSize(type);
+  const std::size_t size = kyv_internal::storedSize(column);
   std::memcpy(value.data(), data, size);
   if (!swap) return value;
-  if (kyv_internal::kindOf(type) == Kind::FixedDecimal) {
+  if (column.kind == Kind::FixedDecimal) {
     kyv_internal::reverseDecimal(value.data());
   } else {
     kyv_internal::reverseValue(value.data(), size);
@@ -239,15 +239,15 @@ void unpackByKind(unsigned int type, unsigned char* value, DataValue& out) {
 }
 
 // The bytes of a holder as a record would have them.
-ValueBytes storageOf(unsigned int type, const DataValue& value) {
+ValueBytes storageOf(const kyv_internal::ColumnType& column, const DataValue& value) {
   ValueBytes bytes{};
-  if (kyv_internal::kindOf(type) == Kind::FixedDecimal) {
+  if (column.kind == Kind::FixedDecimal) {
     kyv_internal::store(bytes.data(), value.value);
     kyv_internal::store(bytes.data() + kyv_internal::kDecimalLowOffset, value.low);
     kyv_internal::store(bytes.data() + kyv_internal::kDecimalScaleOffset, value.precisionScale);
     return bytes;
   }
-  const std::size_t size = kyv_internal::storedSize(type);
+  const std::size_t size = kyv_internal::storedSize(column);
   const std::size_t skip = std::endian::native == std::endian::big ? sizeof value.value - size : 0;
   std::memcpy(bytes.data(), kyv_internal::at(&value.value, skip), size);
   return bytes;
@@ -257,23 +257,24 @@ ValueBytes storageOf(unsigned int type, const DataValue& value) {
 
 void convertToString(const unsigned int& type, bool swap, bool zoneSuffix, unsigned char* data, char* out,
                      unsigned long outSize) {
-  const Kind kind = kyv_internal::kindOf(type);
-  if (!hasDefaultText(kind) || outSize == 0) return;
-  const ValueBytes value = hostOrder(type, swap, data);
-  if (kind == Kind::Float) {  // can be longer than any buffer of ours
+  const kyv_internal::ColumnType column = kyv_internal::columnTypeOf(type);
+  if (!hasDefaultText(column.kind) || outSize == 0) return;
+  const ValueBytes value = hostOrder(column, swap, data);
+  if (column.kind == Kind::Float) {  // can be longer than any buffer of ours
     *kyv_internal::printFloat(kyv_internal::load<double>(value.data()), g_decimalSize, g_tolerance, out, outSize - 1) =
         0;
     return;
   }
   char text[kTextBuffer];
   const ZoneSuffix zone = zoneSuffix ? ZoneSuffix::Yes : ZoneSuffix::No;
-  copyBounded({text, kyv_internal::printDefault(type, value.data(), zone, text)}, out, outSize);
+  copyBounded({text, kyv_internal::printDefault(column, value.data(), zone, text)}, out, outSize);
 }
 
 void convertToString(const unsigned int& type, bool swap, bool zoneSuffix, DataValue& value, char* out,
                      unsigned long outSize) {
-  if (value.null || !hasDefaultText(kyv_internal::kindOf(type))) return;
-  ValueBytes bytes = storageOf(type, value);
+  const kyv_internal::ColumnType column = kyv_internal::columnTypeOf(type);
+  if (value.null || !hasDefaultText(column.kind)) return;
+  ValueBytes bytes = storageOf(column, value);
   convertToString(type, swap, zoneSuffix, bytes.data(), out, outSize);
 }
 
@@ -288,12 +289,12 @@ void convertDoubleToString(const unsigned int& /*type*/, bool swap, DataValue& v
 
 char* unpackToNewString(unsigned char* data, const unsigned int& type, const char* dateFormat,
                         const char* timestampFormat, const char* bigdatetimeFormat, const char* timeFormat) {
-  const Kind kind = kyv_internal::kindOf(type);
-  if (kind == Kind::String) return strdup(static_cast<const char*>(static_cast<const void*>(data)));
-  if (kind == Kind::Binary) return newHexText(data);
-  const kyv_internal::SingleFormat format(kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
+  const kyv_internal::ColumnType column = kyv_internal::columnTypeOf(type);
+  if (column.kind == Kind::String) return strdup(static_cast<const char*>(static_cast<const void*>(data)));
+  if (column.kind == Kind::Binary) return newHexText(data);
+  const kyv_internal::SingleFormat format(column.kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
   char text[kTextBuffer];
-  const std::size_t length = kyv_internal::printValue(type, data, format.set(), kyv_internal::TextStyle::Row, text);
+  const std::size_t length = kyv_internal::printValue(column, data, format.set(), kyv_internal::TextStyle::Row, text);
   return newText({text, length});
 }
 

@@ -7,9 +7,9 @@
 #include <span>
 #include <string_view>
 
+#include "datatypes/column_type.h"
 #include "datatypes/datetime_text.h"
 #include "datatypes/row_formats.h"
-#include "datatypes/type_catalogue.h"
 #include "row2/row2_layout.h"
 #include "row2/row_field.h"
 
@@ -26,17 +26,16 @@ struct PackBuffer {
 };
 
 // Bytes that a text takes when packed as a type. Exact for every text that packs.
-inline std::size_t packedSize(unsigned int type, std::string_view text) {
-  const TypeRow& row = typeRow(type);
-  if (row.size != 0) return row.size;
-  if (row.kind == Kind::String) return text.size() + 1;
-  return row.kind == Kind::Binary ? text.size() / 2 + kBinaryPrefixSize : 0;
+inline std::size_t packedSize(const ColumnType& column, std::string_view text) {
+  if (column.size != 0) return column.size;
+  if (column.kind == Kind::String) return text.size() + 1;
+  return column.kind == Kind::Binary ? text.size() / 2 + kBinaryPrefixSize : 0;
 }
 
 // Converts a text and writes the packed value, moving the position behind it. Otherwise the static message that says
 // why not; then nothing was written, except perhaps a binary value's length.
-[[nodiscard]] const char* packText(unsigned int type, std::string_view text, const FormatSet& formats, ByteOrder order,
-                                   PackBuffer& out);
+[[nodiscard]] const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats,
+                                   ByteOrder order, PackBuffer& out);
 
 // The column that could not be packed, with its message; one past the last and null when all were.
 struct PackedFields {
@@ -46,8 +45,8 @@ struct PackedFields {
 
 // Packs a row's fields one behind another, behind the offset table of a record of `size` bytes, and writes the table:
 // what packText does, for all columns in one go.
-[[nodiscard]] PackedFields packFields(std::span<const RowField> fields, const FormatSet& formats, unsigned char* record,
-                                      std::size_t size);
+[[nodiscard]] PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
+                                      const FormatSet& formats, unsigned char* record, std::size_t size);
 
 // How values become text.
 enum class TextStyle : std::uint8_t {
@@ -61,15 +60,15 @@ inline constexpr std::size_t kMaxValueText = kMaxFormattedText;
 // Writes the text of a packed value in host order that is neither a string nor binary, without terminator; `out` has
 // room for kMaxValueText characters. Returns the number of characters; 0 for a kind without text. The value has its
 // type's size.
-std::size_t printValue(unsigned int type, const unsigned char* value, const FormatSet& formats, TextStyle style,
+std::size_t printValue(const ColumnType& column, const unsigned char* value, const FormatSet& formats, TextStyle style,
                        char* out);
 
 // Writes the default text of such a value: what printValue gives in the row style, but dates and times in the default
 // formats.
-std::size_t printDefault(unsigned int type, const unsigned char* value, ZoneSuffix zone, char* out);
+std::size_t printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out);
 
 // Bytes that printing reads.
-std::size_t storedSize(unsigned int type);
+std::size_t storedSize(const ColumnType& column);
 
 // The text inside a packed string: up to its terminator, or all of it without one.
 std::string_view packedString(std::span<const unsigned char> value);

@@ -23,7 +23,7 @@ using kyv_internal::RowReader;
 using kyv_internal::StoredColumn;
 
 struct PrintedColumn {
-  unsigned int type;
+  kyv_internal::ColumnType type;
   std::string jsonKey;  // the name as a JSON string with a colon behind
 };
 
@@ -37,7 +37,7 @@ std::string jsonKey(const char* name) {
 std::vector<PrintedColumn> columnsOf(const ConnectionRowType& schema) {
   std::vector<PrintedColumn> columns;
   for (int i = 0; i < schema.getColumnCount(); ++i) {
-    columns.push_back({schema.getColumnType(i), jsonKey(schema.getColumnName(i))});
+    columns.push_back({kyv_internal::columnTypeOf(schema.getColumnType(i)), jsonKey(schema.getColumnName(i))});
   }
   return columns;
 }
@@ -46,7 +46,7 @@ std::vector<PrintedColumn> columnsOf(const ConnectionRowType& schema) {
 std::string_view appendValue(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
   char* const text = out.prepare(kyv_internal::kMaxValueText);
   const std::size_t length =
-      kyv_internal::printValue(column.type, column.value.data(), formats, kyv_internal::TextStyle::Exact, text);
+      kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Exact, text);
   out.commit(length);
   return {text, length};
 }

@@ -20,14 +20,11 @@ using DALVON::Kyv::strprintf;
 
 constexpr std::size_t kMostBytes = std::numeric_limits<std::int32_t>::max();
 
-// Asks the schema for each column's type, once a row, and leaves it with the field for packing.
-std::size_t sizeRecord(const RowSource& source) {
+std::size_t recordSize(const RowSource& source) {
   std::size_t size = payloadOffset(source.fields.size());
   for (std::size_t i = 0; i < source.fields.size(); ++i) {
-    RowField& field = source.fields[i];
-    if (field.data == nullptr) continue;
-    field.type = source.schema.getColumnType(static_cast<int>(i));
-    size += packedSize(field.type, field.text());
+    const RowField& field = source.fields[i];
+    if (field.data != nullptr) size += packedSize(source.columns[i], field.text());
   }
   return size;
 }
@@ -45,13 +42,13 @@ void reportColumn(const RowSource& source, std::size_t column, const char* messa
   const RowField& field = source.fields[column];
   errors.addGeneral(strprintf("record %lu: Error converting data '%s'->%s for Stream '%s' Column '%s': %s",
                               source.recordNo, std::string(field.text()).c_str(),
-                              DataTypes::typeToStringUpper(field.type), source.schema.getStreamName(),
+                              DataTypes::typeToStringUpper(source.columns[column].type), source.schema.getStreamName(),
                               source.schema.getColumnName(static_cast<int>(column)), message));
 }
 
 // The size of the record, or 0 with a message when its length word could not hold it.
 std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
-  const std::size_t size = sizeRecord(source);
+  const std::size_t size = recordSize(source);
   if (size <= kMostBytes && source.fields.size() <= kColumnCountMask) return size;
   errors.addGeneral(strprintf("record %lu: too long for stream '%s', %zu bytes of at most %zu", source.recordNo,
                               source.schema.getStreamName(), size, kMostBytes));
@@ -61,7 +58,7 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
 bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
                  int& failedColumn) {
   writeHeader(record, size, source);
-  const PackedFields packed = packFields(source.fields, source.formats.set(), record, size);
+  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record, size);
   if (packed.error == nullptr) return true;
   failedColumn = static_cast<int>(packed.column);
   reportColumn(source, packed.column, packed.error, errors);

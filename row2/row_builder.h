@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <span>
 
+#include "datatypes/column_type.h"
 #include "datatypes/row_formats.h"
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row.h"
@@ -18,7 +19,8 @@ inline constexpr int kNoColumn = -1;
 struct RowSource {
   const ConnectionRowType& schema;
   const RowFormats& formats;
-  std::span<RowField> fields;  // one a column of the schema
+  std::span<const ColumnType> columns;
+  std::span<const RowField> fields;  // one a column
   StreamInterface::StreamOperations operation;
   bool shineThrough;
   unsigned long recordNo;  // quoted in messages

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-#include "datatypes/type_catalogue.h"
+#include "datatypes/column_type.h"
 #include "datatypes/value_codec.h"
 #include "row2/row2_layout.h"
 
@@ -16,12 +16,12 @@ namespace kyv_internal {
 
 // The bytes of a column's value, with the type that the schema gives it.
 struct StoredColumn {
-  unsigned int type;
+  ColumnType column;
   std::span<const unsigned char> value;  // null for a NULL column
 
-  Kind kind() const { return kindOf(type); }
+  Kind kind() const { return column.kind; }
   // Whether there is a value, and all of it.
-  bool present() const { return value.data() != nullptr && value.size() >= storedSize(type); }
+  bool present() const { return value.data() != nullptr && value.size() >= storedSize(column); }
 };
 
 class RowReader {

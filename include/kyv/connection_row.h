@@ -16,7 +16,7 @@
 #include "kyv/export.h"
 
 namespace kyv_internal {
-class RowFormats;
+struct PreparedSettings;
 }
 
 // What a row does to its stream.
@@ -145,6 +145,6 @@ class KYV_EXPORT ConnectionRow {
   std::string sequenceNumberColumnName_;
   std::string opcodeColumnName_;
 
-  // The three formats compiled.
-  std::unique_ptr<kyv_internal::RowFormats> formats_;
+  // An addition: the formats compiled and the schema looked up.
+  std::unique_ptr<kyv_internal::PreparedSettings> prepared_;
 };

@@ -2,11 +2,16 @@
 
 // A ready schema of a stream: its name, its number, and its columns by name and type.
 
+#include <span>
 #include <string>
 #include <vector>
 
 #include "kyv/connection_row.h"
 #include "kyv/export.h"
+
+namespace kyv_internal {
+struct ColumnType;
+}
 
 namespace kyv {
 
@@ -15,10 +20,14 @@ struct StreamColumn {
   unsigned int type;  // a type code of data_types.h
 };
 
-// Threads: any number may read it at once. An index outside the columns gives "" and the undefined type.
+// Threads: it never changes; any number may read it at once. An index outside the columns gives "" and the undefined
+// type.
 class KYV_EXPORT StreamSchema final : public ConnectionRowType {
  public:
   StreamSchema(std::string name, int id, const std::vector<StreamColumn>& columns);
+  StreamSchema(const StreamSchema& other);
+  StreamSchema& operator=(const StreamSchema&) = delete;
+  ~StreamSchema() override;
 
   int getColumnCount() const override;
   const char* getColumnName(int index) const override;
@@ -27,11 +36,14 @@ class KYV_EXPORT StreamSchema final : public ConnectionRowType {
   const char* getStreamName() const override;
   int getStreamId() const override;
 
+  // The columns' types as the library's conversions use them.
+  std::span<const kyv_internal::ColumnType> columnTypes() const;
+
  private:
   std::string name_;
   int id_;
   std::vector<std::string> columnNames_;
-  std::vector<unsigned int> columnTypes_;
+  std::vector<kyv_internal::ColumnType> columnTypes_;
 };
 
 }  // namespace kyv

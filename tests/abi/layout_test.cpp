@@ -147,7 +147,7 @@ class BareRow : public ConnectionRow {
             &sequenceNumber_,
             &sequenceNumberColumnName_,
             &opcodeColumnName_,
-            &formats_};
+            &prepared_};
   }
 };
 

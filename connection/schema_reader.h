@@ -1,0 +1,31 @@
+#pragma once
+
+// The column types of a row's schema. A schema may change between two rows and is asked for each, but the library's own
+// schema never changes and has them ready.
+
+#include <span>
+#include <vector>
+
+#include "datatypes/column_type.h"
+#include "kyv/connection_row.h"
+#include "kyv/stream_schema.h"
+
+namespace kyv_internal {
+
+class SchemaReader {
+ public:
+  // Takes another schema, or none.
+  void setSchema(const ConnectionRowType* schema);
+
+  // The schema's columns; valid until the next call. There is a schema.
+  std::span<const ColumnType> columns() { return ready_ != nullptr ? ready_->columnTypes() : askedColumns(); }
+
+ private:
+  std::span<const ColumnType> askedColumns();
+
+  const ConnectionRowType* schema_ = nullptr;
+  const kyv::StreamSchema* ready_ = nullptr;  // the same, when it is the library's own
+  std::vector<ColumnType> asked_;
+};
+
+}  // namespace kyv_internal
