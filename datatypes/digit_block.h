@@ -1,12 +1,11 @@
 #pragma once
 
-// Decimal digits eight at a time. A block is eight characters in one 64-bit word, the first of them in the lowest byte,
-// so that one multiplication works on several digits at once. Everything here is on the path of every row.
+// Decimal digits eight at a time: the eight are the bytes of one 64-bit word, the first in the lowest, so that one
+// operation works on several of them. Everything here is on the path of every row.
 //
-// The readers load no byte outside their view. The writers store whole blocks: what they may overwrite behind the text
-// is said beside each.
+// The readers load no byte outside their text. The writers store whole blocks: what they may overwrite behind their
+// text is said beside each.
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -18,10 +17,11 @@ namespace kyv_internal {
 
 static_assert(std::endian::native == std::endian::little, "a block's first character is its lowest byte");
 
-using DigitBlock = std::uint64_t;
+using DigitBlock = std::uint64_t;  // characters, or values of digits
 
 inline constexpr std::size_t kBlockDigits = 8;
-inline constexpr std::uint64_t kBlockRange = 100'000'000;  // a block's value is below it
+inline constexpr std::size_t kPieceDigits = 2 * kBlockDigits;  // what two blocks hold, and 64 bits with room to spare
+inline constexpr std::uint64_t kBlockRange = 100'000'000;      // a block's value is below it
 inline constexpr DigitBlock kEachByte = 0x0101010101010101;
 inline constexpr DigitBlock kZeros = kEachByte * '0';
 
@@ -38,7 +38,7 @@ struct FourDigitTable {
 };
 extern "C" const FourDigitTable kyv_four_digits;
 
-// --- Reading --------------------------------------------------------------------------------------------------------
+// --- Reading: blocks of values ---------------------------------------------------------------------------------------
 
 template <class Word>
 Word loadWord(const char* from) {
@@ -47,60 +47,66 @@ Word loadWord(const char* from) {
   return word;
 }
 
-// The block of "0" characters that stands before `size` (1 to 8) characters at the high end.
-constexpr DigitBlock leadingZeros(std::size_t size) { return kZeros >> 8 >> (8 * (size - 1)); }
-
-// A text of 1 to 8 characters, filled up with leading "0" characters.
-inline DigitBlock loadPadded(const char* text, std::size_t size) {
+// The characters of a text of 1 to 8, at the high end behind zero bytes.
+inline DigitBlock loadFew(const char* text, std::size_t size) {
   const std::size_t shift = 8 * (kBlockDigits - size);
   if (size >= 4) {
     const DigitBlock head = loadWord<std::uint32_t>(text);
     const DigitBlock tail = loadWord<std::uint32_t>(text + size - 4);
-    return leadingZeros(size) | head << shift | tail << 32;
+    return head << shift | tail << 32;
   }
   const auto at = [text](std::size_t i) { return DigitBlock{static_cast<unsigned char>(text[i])}; };
-  return leadingZeros(size) | at(0) << shift | at(size / 2) << (shift + 8 * (size / 2)) | at(size - 1) << 56;
+  return at(0) << shift | at(size / 2) << (shift + 8 * (size / 2)) | at(size - 1) << 56;
 }
 
-// The first `size` (1 to 8) characters of a text of at least 8, filled up likewise.
-inline DigitBlock loadHead(const char* text, std::size_t size) {
-  return leadingZeros(size) | loadWord<DigitBlock>(text) << (8 * (kBlockDigits - size));
+// What a character stands for: 0 to 9 for a digit, more for every other. Here of 8 characters, of 1 to 8, and of the
+// first 1 to 8 of at least 8. Fewer than 8 stand behind zeros.
+inline DigitBlock loadDigits(const char* text) { return loadWord<DigitBlock>(text) ^ kZeros; }
+inline DigitBlock loadFewDigits(const char* text, std::size_t size) {
+  return loadFew(text, size) ^ kZeros << (8 * (kBlockDigits - size));
+}
+inline DigitBlock loadHeadDigits(const char* text, std::size_t size) {
+  return loadDigits(text) << (8 * (kBlockDigits - size));
 }
 
-constexpr bool isAllDigits(DigitBlock block) {
-  constexpr DigitBlock kHighHalves = kEachByte * 0xF0;
-  // Adding 6 carries the characters above "9" into another row of the character table.
-  return ((block & kHighHalves) | ((block + kEachByte * 6) & kHighHalves) >> 4) == kEachByte * 0x33;
+// The highest bit of every byte that is no digit. Exact up to the first such byte and behind a ".", which carries
+// nothing.
+constexpr DigitBlock faultsOf(DigitBlock digits) {
+  constexpr DigitBlock kAboveNine = kEachByte * (0x80 - 10);
+  return (digits | (digits + kAboveNine)) & kEachByte * 0x80;
 }
 
-// REQUIRES: isAllDigits(block), else the value has no meaning.
-constexpr std::uint64_t blockValue(DigitBlock block) {
-  constexpr DigitBlock kPairs = 0x000000FF000000FF;
-  block -= kZeros;
-  block = block * 10 + (block >> 8);  // every second byte now holds a pair of digits
-  const DigitBlock first = (block & kPairs) * (100 + (DigitBlock{1'000'000} << 32));
-  const DigitBlock second = (block >> 16 & kPairs) * (1 + (DigitBlock{10'000} << 32));
-  return (first + second) >> 32 & 0xFFFFFFFF;
+// REQUIRES: faultsOf(digits) == 0, else the value has no meaning.
+constexpr std::uint64_t blockValue(DigitBlock digits) {
+  // Each step joins neighbours: to pairs, to fours, to all eight.
+  constexpr DigitBlock kPairs = 0x00FF00FF00FF00FF;
+  constexpr DigitBlock kFours = 0x0000FFFF0000FFFF;
+  digits = (digits * (1 + (10 << 8))) >> 8 & kPairs;
+  digits = (digits * (1 + (100 << 16))) >> 16 & kFours;
+  return (digits * (1 + (DigitBlock{10'000} << 32))) >> 32;
 }
 
-// Appends the digits of a text to `value`, modulo its range. False when the text is empty or not all digits.
-template <class Unsigned>
-bool readDigits(std::string_view text, Unsigned& value) {
-  if (text.empty()) return false;
-  const std::size_t headSize = (text.size() - 1) % kBlockDigits + 1;
-  const DigitBlock head =
-      text.size() >= kBlockDigits ? loadHead(text.data(), headSize) : loadPadded(text.data(), headSize);
-  bool digits = isAllDigits(head);
-  value = value * kPowersOfTen[headSize] + blockValue(head);
-  for (std::size_t at = headSize; at != text.size(); at += kBlockDigits) {
-    const auto block = loadWord<DigitBlock>(text.data() + at);
-    digits &= isAllDigits(block);
-    value = value * kBlockRange + blockValue(block);
+// What reading some digits gave: the faults of all blocks together, and their value.
+struct DigitsRead {
+  DigitBlock faults;
+  std::uint64_t value;
+};
+
+constexpr DigitsRead readBlocks(DigitBlock high, DigitBlock low) {
+  return {faultsOf(high) | faultsOf(low), blockValue(high) * kBlockRange + blockValue(low)};
+}
+
+// 1 to 16 digits.
+inline DigitsRead readPiece(std::string_view text) {
+  if (text.size() <= kBlockDigits) {
+    const DigitBlock block = loadFewDigits(text.data(), text.size());
+    return {faultsOf(block), blockValue(block)};
   }
-  return digits;
+  const std::size_t headSize = text.size() - kBlockDigits;
+  return readBlocks(loadHeadDigits(text.data(), headSize), loadDigits(text.data() + headSize));
 }
 
-// --- Writing --------------------------------------------------------------------------------------------------------
+// --- Writing: blocks of characters ----------------------------------------------------------------------------------
 
 inline char* storeBlock(DigitBlock block, char* out) {
   std::memcpy(out, &block, sizeof block);
@@ -143,6 +149,13 @@ inline char* printFraction(std::uint64_t value, std::size_t places, char* out) {
     value %= kPowersOfTen[places];
   }
   return storeBlock(blockOf(value * kPowersOfTen[kBlockDigits - places]), out) - (kBlockDigits - places);
+}
+
+// A value with its last `places` (1 to 19) digits behind a point. May overwrite up to 7 bytes behind the end.
+inline char* printScaled(std::uint64_t value, std::size_t places, char* out) {
+  out = printUnsigned(value / kPowersOfTen[places], out);
+  *out++ = '.';
+  return printFraction(value % kPowersOfTen[places], places, out);
 }
 
 }  // namespace kyv_internal

@@ -22,7 +22,7 @@ constexpr std::uint64_t kLargest = std::numeric_limits<std::int64_t>::max();
 
 Result withSign(bool negative, std::uint64_t magnitude) {
   if (magnitude > kLargest + (negative ? 1 : 0)) return Result::failure(kOutOfRange);
-  return {static_cast<std::int64_t>(negative ? -magnitude : magnitude)};
+  return {static_cast<std::int64_t>(negateIf(negative, magnitude))};
 }
 
 // What the text says, digit for digit: no limit is applied yet.
@@ -95,14 +95,15 @@ Parsed<std::int64_t> parseMoney(std::string_view text, MoneyScale scale) {
 }
 
 char* printMoney(std::int64_t value, MoneyScale scale, char* out) {
-  const auto bits = static_cast<std::uint64_t>(value);
-  const std::uint64_t magnitude = value < 0 ? -bits : bits;
-  const auto factor = static_cast<std::uint64_t>(scale.factor);
+  const std::uint64_t magnitude = negateIf(value < 0, static_cast<std::uint64_t>(value));
   *out = '-';  // stays only before a negative amount
-  out = printUnsigned(magnitude / factor, out + (value < 0 ? 1 : 0));
+  out += value < 0 ? 1 : 0;
+  if (scale.places != 0) return printScaled(magnitude, static_cast<std::size_t>(scale.places), out);
+  // Required as is: without places a point and one "0" follow all the same.
+  out = printUnsigned(magnitude, out);
   *out++ = '.';
-  // Required as is: without places one "0" follows the point, the remainder in a field of no width.
-  return printFraction(magnitude % factor, static_cast<std::size_t>(std::max(scale.places, 1)), out);
+  *out++ = '0';
+  return out;
 }
 
 }  // namespace kyv_internal

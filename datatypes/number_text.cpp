@@ -49,11 +49,30 @@ constexpr IntegerRules kIntervalRules = {std::numeric_limits<std::int64_t>::min(
 
 namespace {
 
-constexpr std::size_t kSafeDigits = 19;  // any number of so many digits fits in 64 bits without sign
+using Integer = Parsed<std::int64_t>;
 
-std::size_t significantDigits(std::string_view digits) {
-  const std::size_t zeros = digits.find_first_not_of('0');
-  return zeros == std::string_view::npos ? 0 : digits.size() - zeros;
+Integer withSign(bool negative, std::uint64_t magnitude, const IntegerRules& rules) {
+  const auto limit = negative ? -static_cast<std::uint64_t>(rules.minimum) : static_cast<std::uint64_t>(rules.maximum);
+  if (magnitude > limit) return Integer::failure(rules.outOfRange);
+  return {static_cast<std::int64_t>(negateIf(negative, magnitude))};
+}
+
+// A number of more than 16 digits, which may all be zeros.
+Integer parseLongInteger(bool negative, std::string_view text, const IntegerRules& rules) {
+  DigitBlock faults = 0;
+  bool overflow = false;
+  std::uint64_t magnitude = 0;
+  while (!text.empty()) {
+    const std::string_view piece = text.substr(0, kPieceDigits);
+    const DigitsRead read = readPiece(piece);
+    faults |= read.faults;
+    overflow |= __builtin_mul_overflow(magnitude, kPowersOfTen[piece.size()], &magnitude);
+    overflow |= __builtin_add_overflow(magnitude, read.value, &magnitude);
+    text.remove_prefix(piece.size());
+  }
+  if (faults != 0) return Integer::failure(rules.badEnd);
+  if (overflow) return Integer::failure(rules.outOfRange);
+  return withSign(negative, magnitude, rules);
 }
 
 bool beginsLegally(std::string_view text, const IntegerRules& rules) {
@@ -65,15 +84,13 @@ bool beginsLegally(std::string_view text, const IntegerRules& rules) {
 }  // namespace
 
 Parsed<std::int64_t> parseInteger(std::string_view text, const IntegerRules& rules) {
-  using Result = Parsed<std::int64_t>;
-  if (!beginsLegally(text, rules)) return Result::failure(rules.badBegin);
+  if (!beginsLegally(text, rules)) return Integer::failure(rules.badBegin);
   const bool negative = takeSign(text);
-  std::uint64_t magnitude = 0;
-  if (!readDigits(text, magnitude)) return Result::failure(rules.badEnd);
-  if (text.size() > kSafeDigits && significantDigits(text) > kSafeDigits) return Result::failure(rules.outOfRange);
-  const auto limit = negative ? -static_cast<std::uint64_t>(rules.minimum) : static_cast<std::uint64_t>(rules.maximum);
-  if (magnitude > limit) return Result::failure(rules.outOfRange);
-  return {static_cast<std::int64_t>(negative ? -magnitude : magnitude)};
+  if (text.empty()) return Integer::failure(rules.badEnd);
+  if (text.size() > kPieceDigits) return parseLongInteger(negative, text, rules);
+  const DigitsRead read = readPiece(text);
+  if (read.faults != 0) return Integer::failure(rules.badEnd);
+  return withSign(negative, read.value, rules);
 }
 
 // --- Floats from text -----------------------------------------------------------------------------------------------
@@ -89,16 +106,17 @@ constexpr std::uint64_t kExactDouble = std::uint64_t{1} << 53;
 constexpr double kExactPowers[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7, 1e8,
                                    1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16};
 
+using Float = Parsed<double>;
+
 // A number of any form, its sign taken off.
-Parsed<double> parseUnsignedFloat(std::string_view text) {
-  using Result = Parsed<double>;
+Float parseUnsignedFloat(std::string_view text) {
   // The library would read "inf" and "nan".
-  if (text.empty() || !(isDigit(text.front()) || text.front() == '.')) return Result::failure(kFloatBadEnd);
-  Result result;
+  if (text.empty() || !(isDigit(text.front()) || text.front() == '.')) return Float::failure(kFloatBadEnd);
+  Float result;
   const char* const end = text.data() + text.size();
   const auto read = std::from_chars(text.data(), end, result.value);
-  if (read.ptr != end) return Result::failure(kFloatBadEnd);
-  if (read.ec == std::errc::result_out_of_range) return Result::failure(kFloatOutOfRange);
+  if (read.ptr != end) return Float::failure(kFloatBadEnd);
+  if (read.ec == std::errc::result_out_of_range) return Float::failure(kFloatOutOfRange);
   return result;
 }
 
@@ -106,9 +124,9 @@ Parsed<double> parseUnsignedFloat(std::string_view text) {
 
 Parsed<double> parseFloat(std::string_view text) {
   const auto begins = [](char c) { return isDigit(c) || isSign(c) || c == '.'; };
-  if (text.empty() || !begins(text.front())) return Parsed<double>::failure(kFloatBadBegin);
+  if (text.empty() || !begins(text.front())) return Float::failure(kFloatBadBegin);
   const bool negative = takeSign(text);
-  Parsed<double> result;
+  Float result;
   if (const ShortNumber number = readShortNumber(text); number.valid && number.digits <= kExactDouble) {
     result.value = static_cast<double>(number.digits) / kExactPowers[number.places];
   } else {
@@ -123,7 +141,7 @@ Parsed<double> parseFloat(std::string_view text) {
 char* printInteger(std::int64_t value, char* out) {
   const auto bits = static_cast<std::uint64_t>(value);
   *out = '-';  // stays only before a negative number
-  return value < 0 ? printUnsigned(-bits, out + 1) : printUnsigned(bits, out);
+  return printUnsigned(negateIf(value < 0, bits), out + (value < 0 ? 1 : 0));
 }
 
 char* printPadded(std::uint64_t value, int digits, char* out) {
@@ -169,13 +187,13 @@ struct FixedParts {
   std::uint64_t fraction;  // below the scale
 };
 
-// A number below 1 << 64 as whole + fraction / scale, rounded half to even. Exact: a mantissa of 53 bits times a scale
-// of at most 64 stays below 1 << 117.
+// A number below 1 << 63 as whole + fraction / scale, rounded half to even. Exact: a mantissa of 53 bits times a scale
+// of 64 bits stays below 1 << 117.
 FixedParts roundToScale(BinaryParts parts, std::uint64_t scale) {
   using Wide = unsigned __int128;
   if (parts.shift <= 0) return {parts.mantissa << -parts.shift, 0};
   if (parts.shift > 118) return {0, 0};  // below half a unit of any scale
-  std::uint64_t whole = parts.shift < 64 ? parts.mantissa >> parts.shift : 0;
+  const std::uint64_t whole = parts.shift < 64 ? parts.mantissa >> parts.shift : 0;
   const std::uint64_t rest = parts.shift < 64 ? parts.mantissa - (whole << parts.shift) : parts.mantissa;
   const Wide product = Wide{rest} * scale;
   const Wide half = Wide{1} << (parts.shift - 1);

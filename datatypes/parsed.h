@@ -33,4 +33,11 @@ constexpr bool takeSign(std::string_view& text) {
   return negative;
 }
 
+// A two's-complement number, negated on demand without a jump.
+template <class Unsigned>
+constexpr Unsigned negateIf(bool negative, Unsigned value) {
+  const Unsigned mask = -static_cast<Unsigned>(negative);
+  return (value ^ mask) - mask;
+}
+
 }  // namespace kyv_internal

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -128,16 +129,48 @@ TEST(DecimalText, PrintsEveryDigitOfTheCoefficient) {
   for (const auto& row : rows) EXPECT_EQ(printed(row.value, row.scale), row.text);
 }
 
-TEST(DecimalText, AgreesWithOneDigitAtATimeAndReadsBack) {
+// A coefficient moved to another scale, one place at a time.
+std::optional<Coefficient> moveNaively(Coefficient value, int places) {
+  for (; places < 0; ++places) value /= 10;
+  for (; places > 0; --places) {
+    if (__builtin_mul_overflow(value, 10, &value)) return std::nullopt;
+  }
+  return value;
+}
+
+std::string outcome(const Parsed<Coefficient>& parsed) {
+  return parsed.error == nullptr ? printNaively(parsed.value, 0) : parsed.error;
+}
+
+TEST(DecimalText, AgreesWithOneDigitAtATimeAndReadsBackAtAnyScale) {
   std::mt19937_64 random(9);
   for (int i = 0; i < 100'000; ++i) {
     const Coefficient value = makeCoefficient(random(), random()) >> (random() % 128);
     const int scale = static_cast<int>(random() % 64);
     const std::string text = printed(value, scale);
     ASSERT_EQ(text, printNaively(value, scale));
-    const auto parsed = parseExactly(text, 39, scale);
-    ASSERT_EQ(parsed.error, nullptr) << text;
-    ASSERT_TRUE(parsed.value == value) << text;
+    ASSERT_EQ(outcome(parseExactly(text, 39, scale)), printNaively(value, 0)) << text;
+    const int wanted = static_cast<int>(random() % 64);
+    const auto moved = moveNaively(value, wanted - scale);
+    const std::string expected = moved ? printNaively(*moved, 0) : "input exceeds specified precision";
+    ASSERT_EQ(outcome(parseExactly(text, 39, wanted)), expected) << text << " at scale " << wanted;
+  }
+}
+
+bool isNumber(std::string_view text) {
+  takeSign(text);
+  const auto digits = std::count_if(text.begin(), text.end(), isDigit);
+  const auto points = std::count(text.begin(), text.end(), '.');
+  return digits > 0 && points <= 1 && digits + points == static_cast<std::ptrdiff_t>(text.size());
+}
+
+TEST(DecimalText, FindsTheFaultAnywhere) {
+  std::mt19937_64 random(10);
+  for (int i = 0; i < 100'000; ++i) {
+    const int scale = static_cast<int>(random() % 20);
+    std::string text = printed(makeCoefficient(random(), random()) >> (random() % 128), scale);
+    text[random() % text.size()] = "./:+-e \xB0"[random() % 8];
+    ASSERT_EQ(parseExactly(text, 39, scale).error == nullptr, isNumber(text)) << text;
   }
 }
 
