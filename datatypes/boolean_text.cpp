@@ -1,6 +1,6 @@
 #include "datatypes/boolean_text.h"
 
-#include <cstdint>
+#include "datatypes/digit_block.h"
 
 namespace kyv_internal {
 
@@ -8,23 +8,25 @@ namespace {
 
 constexpr std::size_t kLongestWord = 5;
 
-// The characters of a short word in one number, letters in lower case.
-constexpr std::uint64_t packLower(std::string_view word) {
-  std::uint64_t packed = 1;  // so that a leading NUL character counts
-  for (const char c : word) {
-    const char lower = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    packed = packed << 8 | static_cast<unsigned char>(lower);
-  }
-  return packed;
+// The characters of a block in lower case. What is no letter cannot become one: both cases have bit 0x40.
+constexpr DigitBlock toLower(DigitBlock block) { return block | (block & kEachByte * 0x40) >> 1; }
+
+// A word in lower case and its length, which stands in a byte before it.
+constexpr DigitBlock signature(DigitBlock word, std::size_t size) { return toLower(word) | size; }
+
+constexpr DigitBlock signatureOf(std::string_view word) {
+  DigitBlock block = 0;
+  for (const char c : word) block = block >> 8 | DigitBlock{static_cast<unsigned char>(c)} << 56;
+  return signature(block, word.size());
 }
 
 constexpr struct {
-  std::uint64_t word;
+  DigitBlock signature;
   bool value;
 } kWords[] = {
-    {packLower("true"), true}, {packLower("false"), false}, {packLower("1"), true},   {packLower("0"), false},
-    {packLower("t"), true},    {packLower("f"), false},     {packLower("yes"), true}, {packLower("no"), false},
-    {packLower("y"), true},    {packLower("n"), false},     {packLower("on"), true},  {packLower("off"), false},
+    {signatureOf("true"), true}, {signatureOf("false"), false}, {signatureOf("1"), true},   {signatureOf("0"), false},
+    {signatureOf("t"), true},    {signatureOf("f"), false},     {signatureOf("yes"), true}, {signatureOf("no"), false},
+    {signatureOf("y"), true},    {signatureOf("n"), false},     {signatureOf("on"), true},  {signatureOf("off"), false},
 };
 
 constexpr std::string_view trimPlainSpace(std::string_view text) {
@@ -37,10 +39,10 @@ constexpr std::string_view trimPlainSpace(std::string_view text) {
 
 Parsed<bool> parseBoolean(std::string_view text) {
   const std::string_view word = trimPlainSpace(text);
-  if (word.size() <= kLongestWord) {
-    const std::uint64_t packed = packLower(word);
+  if (!word.empty() && word.size() <= kLongestWord) {
+    const DigitBlock given = signature(loadFew(word.data(), word.size()), word.size());
     for (const auto& known : kWords) {
-      if (known.word == packed) return {known.value};
+      if (known.signature == given) return {known.value};
     }
   }
   return Parsed<bool>::failure("not a legal boolean value");

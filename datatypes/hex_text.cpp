@@ -42,69 +42,106 @@ LaneDigits readLanes(const char* text) {
   const Lanes characters = loadLanes(text);
   const Lanes decimal = characters - '0';
   const Lanes letter = (characters | 0x20) - 'a';
-  const Lanes isDecimal = reinterpret_cast<Lanes>(decimal < 10);
-  const Lanes isLetter = reinterpret_cast<Lanes>(letter < 6);
+  const Lanes isDecimal = std::bit_cast<Lanes>(decimal < 10);
+  const Lanes isLetter = std::bit_cast<Lanes>(letter < 6);
   return {(decimal & isDecimal) | ((letter + 10) & isLetter), isDecimal | isLetter};
 }
 
-// 32 digits to 16 bytes. False, having written nothing, when the text holds anything else.
+bool allValid(Lanes valid) {
+  const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(valid);
+  return (words[0] & words[1]) == ~std::uint64_t{0};
+}
+
+Lanes joinPairs(Lanes a, Lanes b) {
+  const Lanes high = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+  const Lanes low = __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+  return high << 4 | low;
+}
+
+// 32 digits to 16 bytes, and 16 to 8. False, having written nothing, when the text holds anything else.
 bool readBlock(const char* text, unsigned char* out) {
   const LaneDigits a = readLanes(text);
   const LaneDigits b = readLanes(text + kLanes);
-  const auto valid = std::bit_cast<std::array<std::uint64_t, 2>>(a.valid & b.valid);
-  if ((valid[0] & valid[1]) != ~std::uint64_t{0}) return false;
-  const Lanes high =
-      __builtin_shufflevector(a.values, b.values, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-  const Lanes low =
-      __builtin_shufflevector(a.values, b.values, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
-  const Lanes bytes = high << 4 | low;
+  if (!allValid(a.valid & b.valid)) return false;
+  const Lanes bytes = joinPairs(a.values, b.values);
   std::memcpy(out, &bytes, kLanes);
   return true;
 }
 
-// Reads text into `out` piece by piece; what is between two pieces is the first digit of an unfinished pair.
+bool readHalfBlock(const char* text, unsigned char* out) {
+  const LaneDigits a = readLanes(text);
+  if (!allValid(a.valid)) return false;
+  const Lanes bytes = joinPairs(a.values, a.values);
+  std::memcpy(out, &bytes, kLanes / 2);
+  return true;
+}
+
+// Reads the text from its start to its end. Blocks of digits go fast; white space, faults and what completes a pair
+// across them go character by character.
 class HexReader {
  public:
-  explicit HexReader(std::span<unsigned char> out) : out_(out) {}
+  HexReader(std::string_view text, std::span<unsigned char> out) : text_(text), out_(out) {}
 
-  // Reads whole blocks of digits while there are any; returns the rest.
-  std::string_view readBlocks(std::string_view text) {
-    while (!half_ && text.size() >= kBlockText && out_.size() - written_ >= kLanes &&
-           readBlock(text.data(), out_.data() + written_)) {
-      text.remove_prefix(kBlockText);
-      written_ += kLanes;
+  Parsed<std::size_t> read() {
+    while (left() > 0) {
+      if (!half_) readBlocks();
+      // Something stopped the blocks: pass it before they are tried again.
+      if (const char* error = readCharacters(std::min(left(), kBlockText))) return Parsed<std::size_t>::failure(error);
     }
-    return text;
-  }
-
-  // Null, or the message of a failure.
-  const char* readCharacters(std::string_view text) {
-    for (const char c : text) {
-      if (isPlainSpace(c)) continue;
-      const unsigned char digit = kDigitValues[static_cast<unsigned char>(c)];
-      if (digit == kNoDigit) return "Invalid hex character";
-      if (!addDigit(digit)) return "Output buffer too small";
-    }
-    return nullptr;
-  }
-
-  Parsed<std::size_t> result() const {
     if (half_) return Parsed<std::size_t>::failure("Odd number of characters in hex string");
     return {written_};
   }
 
  private:
+  std::size_t left() const { return text_.size() - at_; }
+  std::size_t room() const { return out_.size() - written_; }
+
+  void advance(std::size_t characters) {
+    at_ += characters;
+    written_ += characters / 2;
+  }
+
+  void readBlocks() {
+    while (left() >= kBlockText && room() >= kLanes && readBlock(text_.data() + at_, out_.data() + written_))
+      advance(kBlockText);
+    if (left() >= kLanes && room() >= kLanes / 2 && readHalfBlock(text_.data() + at_, out_.data() + written_))
+      advance(kLanes);
+    if (left() > 0 && left() < kLanes && left() % 2 == 0) readEnd();
+  }
+
+  // The last pairs, fewer than a block: the block that ends with them is read, and its first bytes are written again.
+  void readEnd() {
+    const std::size_t pairs = left() / 2;
+    const std::size_t again = kLanes / 2 - pairs;
+    if (text_.size() < kLanes || written_ < again || room() < pairs) return;
+    if (readHalfBlock(text_.data() + text_.size() - kLanes, out_.data() + written_ - again)) advance(left());
+  }
+
+  // Null, or the message of a failure.
+  const char* readCharacters(std::size_t count) {
+    for (const char c : text_.substr(at_, count)) {
+      if (isPlainSpace(c)) continue;
+      const unsigned char digit = kDigitValues[static_cast<unsigned char>(c)];
+      if (digit == kNoDigit) return "Invalid hex character";
+      if (!addDigit(digit)) return "Output buffer too small";
+    }
+    at_ += count;
+    return nullptr;
+  }
+
   bool addDigit(unsigned char digit) {
     half_ = !half_;
     if (half_) {
       high_ = digit;
       return true;
     }
-    if (written_ == out_.size()) return false;
+    if (room() == 0) return false;
     out_[written_++] = static_cast<unsigned char>(high_ << 4 | digit);
     return true;
   }
 
+  std::string_view text_;
+  std::size_t at_ = 0;
   std::span<unsigned char> out_;
   std::size_t written_ = 0;
   unsigned char high_ = 0;
@@ -114,15 +151,7 @@ class HexReader {
 }  // namespace
 
 Parsed<std::size_t> parseHex(std::string_view text, std::span<unsigned char> out) {
-  HexReader reader(out);
-  while (!text.empty()) {
-    text = reader.readBlocks(text);
-    // White space stopped the blocks: pass it before they are tried again.
-    const std::string_view piece = text.substr(0, kBlockText);
-    if (const char* error = reader.readCharacters(piece)) return Parsed<std::size_t>::failure(error);
-    text.remove_prefix(piece.size());
-  }
-  return reader.result();
+  return HexReader(text, out).read();
 }
 
 // --- Bytes to text --------------------------------------------------------------------------------------------------
@@ -130,7 +159,7 @@ Parsed<std::size_t> parseHex(std::string_view text, std::span<unsigned char> out
 namespace {
 
 Lanes digitsOf(Lanes values) {
-  const Lanes letters = reinterpret_cast<Lanes>(values > 9) & ('A' - '0' - 10);
+  const Lanes letters = std::bit_cast<Lanes>(values > 9) & ('A' - '0' - 10);
   return values + '0' + letters;
 }
 

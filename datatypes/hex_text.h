@@ -10,8 +10,8 @@
 
 namespace kyv_internal {
 
-// Digits pair up, white space between them is skipped. The value is the number of bytes written. After a failure `out` may
-// hold the bytes before the fault.
+// Digits pair up, white space between them is skipped. The value is the number of bytes written. After a failure `out`
+// may hold the bytes before the fault.
 Parsed<std::size_t> parseHex(std::string_view text, std::span<unsigned char> out);
 
 // Two upper-case digits a byte, no terminator; `out` has room for them. Returns the end.
