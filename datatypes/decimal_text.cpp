@@ -66,7 +66,7 @@ Result withSign(bool negative, Magnitude magnitude, int precision) {
 Result parseLongDecimal(bool negative, std::string_view text, int precision, std::size_t scale) {
   const std::size_t point = text.find('.');
   const std::string_view whole = text.substr(0, point);
-  const std::string_view fraction = point == text.npos ? std::string_view() : text.substr(point + 1);
+  const std::string_view fraction = point == std::string_view::npos ? std::string_view() : text.substr(point + 1);
   const std::string_view kept = fraction.substr(0, scale);
   const std::string_view dropped = fraction.substr(kept.size());
   if (whole.empty() && fraction.empty()) return exceeds();

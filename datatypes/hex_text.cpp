@@ -42,8 +42,8 @@ LaneDigits readLanes(const char* text) {
   const Lanes characters = loadLanes(text);
   const Lanes decimal = characters - '0';
   const Lanes letter = (characters | 0x20) - 'a';
-  const Lanes isDecimal = std::bit_cast<Lanes>(decimal < 10);
-  const Lanes isLetter = std::bit_cast<Lanes>(letter < 6);
+  const auto isDecimal = std::bit_cast<Lanes>(decimal < 10);
+  const auto isLetter = std::bit_cast<Lanes>(letter < 6);
   return {(decimal & isDecimal) | ((letter + 10) & isLetter), isDecimal | isLetter};
 }
 

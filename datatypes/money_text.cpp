@@ -42,8 +42,9 @@ void appendDigit(MoneyText& money, char digit) {
 const char* readFraction(std::string_view text, int places, MoneyText& money) {
   const std::string_view kept = text.substr(0, static_cast<std::size_t>(places));
   if (kept.empty() || !isDigit(kept.front())) return kBadFraction;
-  const auto end = std::find_if_not(kept.begin(), kept.end(), isDigit);
-  for (auto at = kept.begin(); at != end; ++at) money.fraction = money.fraction * 10 + static_cast<unsigned>(*at - '0');
+  const auto* const end = std::find_if_not(kept.begin(), kept.end(), isDigit);
+  for (const auto* at = kept.begin(); at != end; ++at)
+    money.fraction = money.fraction * 10 + static_cast<unsigned>(*at - '0');
   if (end == kept.end()) {
     money.fraction *= kPowersOfTen[static_cast<std::size_t>(places) - kept.size()];
     return nullptr;
@@ -55,10 +56,10 @@ const char* readFraction(std::string_view text, int places, MoneyText& money) {
 // Everything behind the sign or white space. Returns the message of a failure, or null.
 const char* readMoney(std::string_view text, bool prefixed, int places, MoneyText& money) {
   if (text.empty() || !(isDigit(text.front()) || text.front() == '.')) return kBadBegin;
-  const auto point = std::find_if_not(text.begin(), text.end(), isDigit);
+  const auto* const point = std::find_if_not(text.begin(), text.end(), isDigit);
   // Required as is: a point that follows a sign or white space is no legal end of the missing whole part.
   if (point == text.begin() && prefixed) return kBadEnd;
-  for (auto at = text.begin(); at != point; ++at) appendDigit(money, *at);
+  for (const auto* at = text.begin(); at != point; ++at) appendDigit(money, *at);
   if (point == text.end()) return nullptr;
   if (*point != '.') return kBadEnd;
   const std::string_view fraction(point + 1, text.end());
@@ -66,7 +67,7 @@ const char* readMoney(std::string_view text, bool prefixed, int places, MoneyTex
 }
 
 Result parseAnyMoney(std::string_view text, MoneyScale scale) {
-  const auto start = std::find_if_not(text.begin(), text.end(), isSpace);
+  const auto* const start = std::find_if_not(text.begin(), text.end(), isSpace);
   const auto prefix = start != text.end() && isSign(*start) ? 1 : start - text.begin();
   MoneyText money;
   const char* const error = readMoney(text.substr(static_cast<std::size_t>(prefix)), prefix > 0, scale.places, money);
