@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# examples_test.sh FOLDER: the example programs do what their first lines say. One bad line does not stop the others.
+set -euo pipefail
+cd "$1"
+
+check() { # NAME EXPECTED ACTUAL
+  [ "$2" = "$3" ] && return
+  printf '%s: expected\n%s\ngot\n%s\n' "$1" "$2" "$3" >&2
+  exit 1
+}
+
+records=$(mktemp)
+trap 'rm -f "$records"' EXIT
+status=0
+errors=$(printf '1,EUR,2.5\n2,USD,x\n3,,0.25\r\n' | ./csv_to_record 2>&1 >"$records") || status=$?
+check status 1 "$status"
+check errors "record 2: Error converting data 'x'->FLOAT for Stream 'Rates' Column 'Rate': \
+float constant does not begin with a legal character" "$errors"
+check fields "$(printf 'p Id=1 Currency=EUR Rate=2.500000\np Id=3 Currency=NULL Rate=0.250000')" \
+  "$(./record_to_fields <"$records")"
+check flat "$(printf 'Id=8\nCurrency=GBP\nRate=1.250000')" "$(./flat_interface 8,GBP,1.25)"
+echo "examples: all as expected"
