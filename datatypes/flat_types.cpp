@@ -18,7 +18,10 @@ unsigned int getDataType(int number) {
   return number >= 0 && number <= kLastPlainType ? static_cast<unsigned int>(number) : DataTypes::kTimestamp;
 }
 
-char* typeToString(int number) { return kyv_internal::newText(DataTypes::typeToString(getDataType(number))); }
+char* typeToString(int number) {
+  return kyv_internal::guarded<char*>(
+      nullptr, [number] { return kyv_internal::newText(DataTypes::typeToString(getDataType(number))); });
+}
 
 const char* typeToStringUpper(int number) { return DataTypes::typeToStringUpper(getDataType(number)); }
 
