@@ -10,6 +10,7 @@
 //
 // Threads: every function may be called from any thread at once; they read the settings of data_types.h.
 
+#include <bit>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -28,8 +29,8 @@ struct DataValue {
   std::uint64_t precisionScale = 0;  // of a decimal: precision in the high byte of a 16-bit word, scale in the low
   bool null = true;                  // owns no storage
 
-  char* text() const { return reinterpret_cast<char*>(value); }
-  unsigned char* bytes() const { return reinterpret_cast<unsigned char*>(value); }
+  char* text() const { return std::bit_cast<char*>(value); }
+  unsigned char* bytes() const { return std::bit_cast<unsigned char*>(value); }
 };
 
 // A decimal number: a 128-bit two's-complement coefficient scaled by a number of places. A plain value.
