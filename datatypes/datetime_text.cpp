@@ -95,6 +95,20 @@ Parsed<std::int64_t> readCount(std::string_view text, const SecondsMessages& mes
   return count;
 }
 
+// The fraction of a text that ends as most do: a point and exactly `digits` digits. Below zero for any other text.
+template <std::size_t digits>
+int usualFraction(std::string_view text) {
+  if (text.size() <= digits || text[text.size() - digits - 1] != '.') return -1;
+  const char* const from = text.data() + text.size() - digits;
+  int value = 0;
+  bool good = true;
+  for (std::size_t i = 0; i < digits; ++i) {
+    good &= isDigit(from[i]);
+    value = 10 * value + (from[i] - '0');
+  }
+  return good ? value : -1;
+}
+
 Parsed<std::int64_t> readCalendar(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {
   const std::optional<std::int64_t> seconds = format.parse(text);
   return seconds ? Parsed<std::int64_t>{*seconds} : Parsed<std::int64_t>::failure(messages.noMatch);
@@ -104,17 +118,27 @@ Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& fo
   return format.isSeconds() ? readCount(text, messages) : readCalendar(text, format, messages);
 }
 
+// Whole seconds and a fraction as one count.
+template <const FractionType& type>
+Parsed<std::int64_t> joinFraction(Parsed<std::int64_t> seconds, int fraction) {
+  constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int64_t>::max() / type.unit;
+  if (seconds.error) return seconds;
+  if (seconds.value > kMaxSeconds || seconds.value < -kMaxSeconds ||
+      __builtin_add_overflow(seconds.value * type.unit, fraction, &seconds.value))
+    seconds.error = type.messages.countOverflow;
+  return seconds;
+}
+
 template <const FractionType& type>
 Parsed<std::int64_t> parseWithFraction(std::string_view text, const PercentFormat& format) {
-  constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int64_t>::max() / type.unit;
+  if (const int fraction = usualFraction<type.digits>(text); fraction >= 0 && !format.isSeconds()) {
+    const std::string_view datetime(text.data(), text.size() - type.digits - 1);
+    return joinFraction<type>(readCalendar(datetime, format, type.messages), fraction);
+  }
   const SplitText split = splitText(text, type.digits);
-  Parsed<std::int64_t> parsed =
+  const Parsed<std::int64_t> seconds =
       format.isSeconds() ? readCount(text, type.messages) : readCalendar(split.datetime, format, type.messages);
-  if (parsed.error) return parsed;
-  if (parsed.value > kMaxSeconds || parsed.value < -kMaxSeconds ||
-      __builtin_add_overflow(parsed.value * type.unit, readFraction(split.fractionText(type.digits)), &parsed.value))
-    parsed.error = type.messages.countOverflow;
-  return parsed;
+  return joinFraction<type>(seconds, readFraction(split.fractionText(type.digits)));
 }
 
 template <std::size_t digits>
