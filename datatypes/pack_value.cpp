@@ -154,8 +154,8 @@ const char* packText(const ColumnType& column, std::string_view text, const Form
 }
 
 PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
-                        unsigned char* record, std::size_t size) {
-  PackBuffer out{record + payloadOffset(fields.size()), record + size};
+                        unsigned char* record, std::size_t room) {
+  PackBuffer out{record + payloadOffset(fields.size()), record + room};
   unsigned char* entry = record + kTableOffset;
   for (std::size_t i = 0; i < fields.size(); ++i, entry += kEntrySize) {
     const RowField& field = fields[i];
@@ -165,10 +165,11 @@ PackedFields packFields(std::span<const ColumnType> columns, std::span<const Row
     }
     store(entry, static_cast<std::int32_t>(out.position - record));
     const char* const error = pack<ByteOrder::Host>(columns[i], field.text(), formats, out);
-    if (error != nullptr) return {i, error};
+    if (error != nullptr) return {.column = i, .error = error};
   }
-  store(entry, static_cast<std::int32_t>(out.position - record));
-  return {fields.size(), nullptr};
+  const auto bytes = static_cast<std::size_t>(out.position - record);
+  store(entry, static_cast<std::int32_t>(bytes));
+  return {.bytes = bytes};
 }
 
 }  // namespace kyv_internal

@@ -37,16 +37,17 @@ inline std::size_t packedSize(const ColumnType& column, std::string_view text) {
 [[nodiscard]] const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats,
                                    ByteOrder order, PackBuffer& out);
 
-// The column that could not be packed, with its message; one past the last and null when all were.
+// The bytes of the record; or with an error the column that could not be packed.
 struct PackedFields {
-  std::size_t column;
-  const char* error;
+  std::size_t bytes = 0;
+  std::size_t column = 0;
+  const char* error = nullptr;
 };
 
-// Packs a row's fields one behind another, behind the offset table of a record of `size` bytes, and writes the table:
-// what packText does, for all columns in one go.
+// Packs a row's fields one behind another, behind the offset table of a record that has `room` bytes, and writes the
+// table: what packText does, for all columns in one go.
 [[nodiscard]] PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
-                                      const FormatSet& formats, unsigned char* record, std::size_t size);
+                                      const FormatSet& formats, unsigned char* record, std::size_t room);
 
 // How values become text.
 enum class TextStyle : std::uint8_t {

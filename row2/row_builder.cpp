@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <string>
@@ -18,6 +19,8 @@ namespace {
 
 using DALVON::Kyv::strprintf;
 
+// Up to here a record is first written to memory that may be too big for it, which saves sizing it beforehand.
+constexpr std::size_t kSmallRoom = 2048;
 constexpr std::size_t kMostBytes = std::numeric_limits<std::int32_t>::max();
 
 std::size_t recordSize(const RowSource& source) {
@@ -55,14 +58,37 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
   return 0;
 }
 
-bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
-                 int& failedColumn) {
-  writeHeader(record, size, source);
-  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record, size);
-  if (packed.error == nullptr) return true;
+// Enough room for the record: a quick estimate when that is small, else its size. 0 with a message as above.
+std::size_t roomFor(const RowSource& source, ConnectionErrors& errors) {
+  // No value takes more than its text and the bytes of the longest fixed-size type.
+  std::size_t room = payloadOffset(source.fields.size()) + source.fields.size() * kDecimalSize;
+  for (const RowField& field : source.fields) room += field.size;
+  return room <= kSmallRoom ? room : checkedSize(source, errors);
+}
+
+// The size of the record, or 0 with a message.
+std::size_t writeRecord(unsigned char* record, std::size_t room, const RowSource& source, ConnectionErrors& errors,
+                        int& failedColumn) {
+  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record, room);
+  if (packed.error == nullptr) {
+    writeHeader(record, packed.bytes, source);
+    return packed.bytes;
+  }
   failedColumn = static_cast<int>(packed.column);
   reportColumn(source, packed.column, packed.error, errors);
-  return false;
+  return 0;
+}
+
+MallocPtr<unsigned char> allocate(std::size_t size) {
+  MallocPtr<unsigned char> memory(static_cast<unsigned char*>(std::malloc(size)));
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void* buildSmall(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
+  unsigned char record[kSmallRoom];
+  const std::size_t size = writeRecord(record, sizeof record, source, errors, failedColumn);
+  return size != 0 ? std::memcpy(allocate(size).release(), record, size) : nullptr;
 }
 
 unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }
@@ -71,19 +97,20 @@ unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static
 
 void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
   failedColumn = kNoColumn;
-  const std::size_t size = checkedSize(source, errors);
-  if (size == 0) return nullptr;
-  MallocPtr<unsigned char> record(static_cast<unsigned char*>(std::malloc(size)));
-  if (record == nullptr) throw std::bad_alloc();
-  return writeRecord(record.get(), size, source, errors, failedColumn) ? record.release() : nullptr;
+  const std::size_t room = roomFor(source, errors);
+  if (room == 0) return nullptr;
+  if (room <= kSmallRoom) return buildSmall(source, errors, failedColumn);
+  auto record = allocate(room);
+  return writeRecord(record.get(), room, source, errors, failedColumn) != 0 ? record.release() : nullptr;
 }
 
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out) {
   failedColumn = kNoColumn;
-  const std::size_t size = checkedSize(source, errors);
-  if (size == 0 || !writeRecord(asBytes(out.prepare(size)), size, source, errors, failedColumn)) return false;
+  const std::size_t room = roomFor(source, errors);
+  if (room == 0) return false;
+  const std::size_t size = writeRecord(asBytes(out.prepare(room)), room, source, errors, failedColumn);
   out.commit(size);
-  return true;
+  return size != 0;
 }
 
 }  // namespace kyv_internal

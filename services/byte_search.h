@@ -82,15 +82,4 @@ void forEachMatch(std::string_view text, char wanted, Found found) {
   }
 }
 
-// Whether one of two characters is in the text.
-inline bool containsEither(std::string_view text, char first, char second) {
-  std::uint64_t found = 0;
-  std::size_t done = 0;
-  for (; done + kSearchStep <= text.size(); done += kSearchStep) {
-    found |= matchSixteen(text.data() + done, first) | matchSixteen(text.data() + done, second);
-  }
-  if (done < text.size()) found |= matchTail(text, done, first) | matchTail(text, done, second);
-  return found != 0;
-}
-
 }  // namespace kyv_internal
