@@ -32,15 +32,28 @@ bool assignHex(std::span<const unsigned char> bytes, FieldList& fields, std::siz
   return text != nullptr;
 }
 
+bool assignString(std::string_view text, FieldList& fields, std::size_t index) {
+  char* const room = fields.blockRoom(text.size() + 1);
+  if (room == nullptr) return fields.assign(index, text);
+  std::memcpy(room, text.data(), text.size());
+  fields.takeFromBlock(index, text.size());
+  return true;
+}
+
 // Makes a value's text a field; false when memory is exhausted.
 bool assignValue(const StoredColumn& column, const FormatSet& formats, FieldList& fields, std::size_t index) {
   const Kind kind = column.kind();
-  if (kind == Kind::String) return fields.assign(index, kyv_internal::packedString(column.value));
+  if (kind == Kind::String) return assignString(kyv_internal::packedString(column.value), fields, index);
   if (kind == Kind::Binary) return assignHex(kyv_internal::packedBytes(column.value), fields, index);
+  const auto print = [&](char* out) {
+    return kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Row, out);
+  };
+  if (char* const room = fields.blockRoom(kyv_internal::kMaxValueText + 1)) {
+    fields.takeFromBlock(index, print(room));
+    return true;
+  }
   char text[kyv_internal::kMaxValueText];
-  const std::size_t length =
-      kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Row, text);
-  return fields.assign(index, {text, length});
+  return fields.assign(index, {text, print(text)});
 }
 
 // The part of a conversion message that says which column of which stream it is about.
@@ -198,13 +211,14 @@ bool ConnectionRowByOrder::readColumns(const void* record, unsigned long recordN
     textBytes_ += static_cast<int>(sizeof kShineText);
   }
   const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
-  fields_->extend(columns.size());
+  const FormatSet formats = prepared_->formats.set();
+  fields_->startRecord(columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const int column = static_cast<int>(i);
     const StoredColumn stored{columns[i], reader.column(i)};
     const ColumnRead read = gdMode_ ? readColumn(column, stored, recordNo, errors) : ColumnRead::Field;
     if (read == ColumnRead::Failed) return false;
-    if (read == ColumnRead::Delivery || storeNextField(stored)) continue;
+    if (read == ColumnRead::Delivery || storeNextField(stored, formats)) continue;
     reportColumn(*streamType_, column, stored, recordNo, errors);
     return false;
   }
@@ -232,11 +246,11 @@ ConnectionRowByOrder::ColumnRead ConnectionRowByOrder::readColumn(int column, co
   return known ? ColumnRead::Delivery : ColumnRead::Failed;
 }
 
-bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored) {
+bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored, const FormatSet& formats) {
   const auto position = static_cast<std::size_t>(fieldCount_);
   if (!stored.present()) {
     fields_->setNull(position);
-  } else if (!assignValue(stored, prepared_->formats.set(), *fields_, position)) {
+  } else if (!assignValue(stored, formats, *fields_, position)) {
     return false;
   } else {
     textBytes_ += static_cast<int>(fields_->fields(position + 1)[position].size + 1);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace kyv_internal {
 
@@ -10,6 +11,10 @@ namespace {
 
 constexpr std::size_t kSmallestText = 32;       // bytes first allocated for a field
 constexpr std::size_t kLargestKeptText = 4096;  // bytes kept for the next text
+
+// A record's block: what one text may need at most while it is printed, and bytes for each usual text.
+constexpr std::size_t kPrintingRoom = 1024;
+constexpr std::size_t kUsualText = 64;
 
 }  // namespace
 
@@ -33,6 +38,7 @@ bool FieldList::makeRoom(std::size_t index, std::size_t size, MallocPtr<char>& r
   }
   replaced.reset(storage.memory);
   storage = {memory, capacity};
+  keepsLongText_ |= capacity > kLargestKeptText;
   return true;
 }
 
@@ -55,12 +61,25 @@ char* FieldList::prepare(std::size_t index, std::size_t size) {
   return memory;
 }
 
+void FieldList::startRecord(std::size_t count) {
+  extend(count);
+  const std::size_t size = kPrintingRoom + count * kUsualText;
+  if (size <= blockSize_) return;
+  block_.reset(static_cast<char*>(std::malloc(size)));
+  blockSize_ = block_ != nullptr ? size : 0;
+}
+
 void FieldList::clear(std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    fields_[i] = {};
-    if (storage_[i].capacity <= kLargestKeptText) continue;
-    std::free(storage_[i].memory);
-    storage_[i] = {};
+  std::fill_n(fields_.begin(), count, RowField());
+  blockUsed_ = 0;
+  if (std::exchange(keepsLongText_, false)) dropLongTexts();
+}
+
+void FieldList::dropLongTexts() {
+  for (Storage& storage : storage_) {
+    if (storage.capacity <= kLargestKeptText) continue;
+    std::free(storage.memory);
+    storage = {};
   }
 }
 

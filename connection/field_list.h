@@ -2,7 +2,8 @@
 
 // The texts of an ordered row's fields, each owned, terminated and at an address that stays while the text does. A
 // text's memory is kept when the field is cleared and used again for the next text of that field, so that a row in use
-// allocates nothing; only uncommonly long texts are given back.
+// allocates nothing; only uncommonly long texts are given back. Texts that are read from a record lie one behind
+// another in one block, as long as it has room for them.
 
 #include <cstddef>
 #include <span>
@@ -40,6 +41,19 @@ class FieldList {
   // field, when memory is exhausted.
   [[nodiscard]] char* prepare(std::size_t index, std::size_t size);
 
+  // To be called on cleared fields before those of a record are read: at least `count` of them, and the block.
+  void startRecord(std::size_t count);
+
+  // Where the block has room for `bytes` more, or null.
+  char* blockRoom(std::size_t bytes) { return blockSize_ - blockUsed_ >= bytes ? block_.get() + blockUsed_ : nullptr; }
+  // Makes the first `size` characters there the field's text. REQUIRES: there is room for them and a terminator.
+  void takeFromBlock(std::size_t index, std::size_t size) {
+    char* const text = block_.get() + blockUsed_;
+    text[size] = 0;
+    fields_[index] = {text, size};
+    blockUsed_ += size + 1;
+  }
+
   void setNull(std::size_t index) { fields_[index] = {}; }
 
   // Makes the first `count` fields null.
@@ -52,11 +66,16 @@ class FieldList {
   };
 
   void grow(std::size_t count);
+  void dropLongTexts();
   // Sees to memory for `size` characters and a terminator; what the field had before is in `replaced` when that is new.
   bool makeRoom(std::size_t index, std::size_t size, MallocPtr<char>& replaced);
 
   std::vector<RowField> fields_;
   std::vector<Storage> storage_;  // one for each field
+  bool keepsLongText_ = false;    // some storage is uncommonly big
+  MallocPtr<char> block_;
+  std::size_t blockSize_ = 0;
+  std::size_t blockUsed_ = 0;
 };
 
 }  // namespace kyv_internal

@@ -65,17 +65,6 @@ std::size_t printPackedDecimal(unsigned int type, const unsigned char* value, ch
 
 }  // namespace
 
-std::size_t storedSize(const ColumnType& column) {
-  switch (column.kind) {
-    case Kind::Date:
-      return DataTypes::g_dateSize;
-    case Kind::Time:
-      return DataTypes::g_timeSize;
-    default:
-      return column.size;
-  }
-}
-
 std::size_t printValue(const ColumnType& column, const unsigned char* value, const FormatSet& formats, TextStyle style,
                        char* out) {
   const auto length = [out](const char* end) { return static_cast<std::size_t>(end - out); };

@@ -10,6 +10,7 @@
 #include "datatypes/column_type.h"
 #include "datatypes/datetime_text.h"
 #include "datatypes/row_formats.h"
+#include "kyv/data_types.h"
 #include "row2/row2_layout.h"
 #include "row2/row_field.h"
 
@@ -69,7 +70,11 @@ std::size_t printValue(const ColumnType& column, const unsigned char* value, con
 std::size_t printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out);
 
 // Bytes that printing reads.
-std::size_t storedSize(const ColumnType& column);
+inline std::size_t storedSize(const ColumnType& column) {
+  if (column.kind == Kind::Date) return DataTypes::g_dateSize;
+  if (column.kind == Kind::Time) return DataTypes::g_timeSize;
+  return column.size;
+}
 
 // The text inside a packed string: up to its terminator, or all of it without one.
 std::string_view packedString(std::span<const unsigned char> value);

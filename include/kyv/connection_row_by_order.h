@@ -78,7 +78,7 @@ class KYV_EXPORT ConnectionRowByOrder : public ConnectionRow {
   ColumnRead readColumn(int column, const kyv_internal::StoredColumn& stored, unsigned long recordNo,
                         ConnectionErrors& errors);
   // Makes a column's text the next field; false when memory is exhausted.
-  bool storeNextField(const kyv_internal::StoredColumn& stored);
+  bool storeNextField(const kyv_internal::StoredColumn& stored, const kyv_internal::FormatSet& formats);
   // The integer that a column's text begins with; nothing when memory is exhausted.
   std::optional<long long> readInteger(const kyv_internal::StoredColumn& stored,
                                        const kyv_internal::FormatSet& formats);
