@@ -250,8 +250,46 @@ char* printFloatShort(double value, char* out) {
   return std::to_chars(out, out + kRoom, value, std::chars_format::fixed, places).ptr;
 }
 
+namespace {
+
+// Decimals of at most 15 digits are each another double. So where a value is some 15-digit decimal, that one is the
+// shortest that reads back to it, zeros at its end aside.
+struct ExactRange {
+  double limit;
+  double factor;  // 10 to the power of `places`; limit times factor has 15 digits
+  std::size_t places;
+};
+constexpr ExactRange kExactRanges[] = {{1e6, 1e9, 9}, {1e12, 1e3, 3}};
+
+// Whole digits, a point, and the fraction without zeros at its end but for one.
+char* printShortest(std::uint64_t digits, std::size_t places, char* out) {
+  const std::uint64_t factor = kPowersOfTen[places];
+  std::uint64_t fraction = digits % factor;
+  for (; places > 3 && fraction % 1000 == 0; places -= 3) fraction /= 1000;
+  for (; places > 1 && fraction % 10 == 0; --places) fraction /= 10;
+  out = printUnsigned(digits / factor, out);
+  *out++ = '.';
+  return printFraction(fraction, places, out);
+}
+
+// Nothing, a null pointer, for a value that is no decimal of 15 digits.
+char* printShortDecimal(double value, char* out) {
+  const double magnitude = std::fabs(value);
+  for (const ExactRange& range : kExactRanges) {
+    if (!(magnitude < range.limit)) continue;
+    const auto digits = static_cast<std::uint64_t>(magnitude * range.factor + 0.5);
+    if (static_cast<double>(digits) / range.factor != magnitude) return nullptr;
+    *out = '-';  // stays only before a negative value
+    return printShortest(digits, range.places, out + (std::signbit(value) ? 1 : 0));
+  }
+  return nullptr;
+}
+
+}  // namespace
+
 char* printFloatExact(double value, char* out) {
   constexpr std::ptrdiff_t kRoom = 30;
+  if (char* const end = printShortDecimal(value, out)) return end;
   char* end = std::to_chars(out, out + kRoom, value).ptr;
   if (std::all_of(out, end, [](char c) { return isDigit(c) || c == '-'; })) {
     *end++ = '.';

@@ -46,7 +46,9 @@ char* printFloat(double value, unsigned long places, double tolerance, char* out
 // 15 significant digits, with an exponent when the magnitude is at most 1e-15 or at least 1e16. At most 49 characters.
 char* printFloatShort(double value, char* out);
 
-// The fewest digits that read back to the same value, a whole number ending in ".0". At most 32 characters.
+// The fewest digits that read back to the same value, a whole number ending in ".0"; with an exponent only where that
+// is shorter and the value has more than 15 digits. At most 32 characters, some of them behind the text overwritten
+// too.
 char* printFloatExact(double value, char* out);
 
 }  // namespace kyv_internal

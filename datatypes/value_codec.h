@@ -69,7 +69,7 @@ std::size_t printValue(const ColumnType& column, const unsigned char* value, con
 // formats.
 std::size_t printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out);
 
-// Bytes that printing reads.
+// Bytes that printing reads: dates and times are as wide as the settings say.
 inline std::size_t storedSize(const ColumnType& column) {
   if (column.kind == Kind::Date) return DataTypes::g_dateSize;
   if (column.kind == Kind::Time) return DataTypes::g_timeSize;

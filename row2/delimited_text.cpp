@@ -1,6 +1,5 @@
 #include "row2/delimited_text.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace kyv_internal {
@@ -8,6 +7,7 @@ namespace kyv_internal {
 namespace {
 
 constexpr char kQuote = '"';
+constexpr std::string_view kNumberCharacters = "0123456789ABCDEFabcdefghijklmnopqrstuvwxyz+-.";
 
 void appendQuoted(std::string_view text, kyv::ByteBuffer& out) {
   char* const begin = out.prepare(2 * text.size() + 2);
@@ -23,13 +23,9 @@ void appendQuoted(std::string_view text, kyv::ByteBuffer& out) {
 
 }  // namespace
 
-DelimitedText::DelimitedText(char separator) : separator_(separator) {
+DelimitedText::DelimitedText(char separator)
+    : numbersMayNeedQuotes_(kNumberCharacters.find(separator) != std::string_view::npos) {
   for (const char c : {separator, kQuote, '\n', '\r'}) special_[static_cast<unsigned char>(c)] = true;
-}
-
-bool DelimitedText::needsQuotes(std::string_view text) const {
-  if (text.empty() || text.front() == ' ' || text.back() == ' ') return true;
-  return std::any_of(text.begin(), text.end(), [this](char c) { return isSpecial(c); });
 }
 
 void DelimitedText::append(std::string_view text, kyv::ByteBuffer& out) const {

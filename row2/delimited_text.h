@@ -13,21 +13,25 @@ class DelimitedText {
  public:
   explicit DelimitedText(char separator);
 
-  char separator() const { return separator_; }
-
-  // Whether a character cannot stand in an unquoted field.
-  bool isSpecial(char c) const { return special_[static_cast<unsigned char>(c)]; }
-
   // Whether a text would be read back as another field, or as more or fewer than one: it is empty, has a separator, a
   // quote or a line end in it, or a blank at either end.
-  bool needsQuotes(std::string_view text) const;
+  bool needsQuotes(std::string_view text) const {
+    if (text.empty() || text.front() == ' ' || text.back() == ' ') return true;
+    for (const char c : text) {
+      if (special_[static_cast<unsigned char>(c)]) return true;
+    }
+    return false;
+  }
+
+  // The same for the text of a number, a boolean or bytes, which hold nothing but letters, digits, signs and points.
+  bool numberNeedsQuotes(std::string_view text) const { return numbersMayNeedQuotes_ && needsQuotes(text); }
 
   // Appends the text, between quotes and with quotes in it doubled when it needs them.
   void append(std::string_view text, kyv::ByteBuffer& out) const;
 
  private:
-  char separator_;
   std::array<bool, 256> special_{};
+  bool numbersMayNeedQuotes_;
 };
 
 }  // namespace kyv_internal

@@ -51,28 +51,35 @@ std::string_view appendValue(const StoredColumn& column, const FormatSet& format
   return {text, length};
 }
 
-void appendHex(const StoredColumn& column, ByteBuffer& out) {
+std::string_view appendHex(const StoredColumn& column, ByteBuffer& out) {
   const auto bytes = kyv_internal::packedBytes(column.value);
   char* const text = out.prepare(2 * bytes.size());
   kyv_internal::printHex(bytes, text);
   out.commit(2 * bytes.size());
+  return {text, 2 * bytes.size()};
+}
+
+// Puts the text that `out` ends with, from `begin` on, between quotes.
+void quoteEnd(std::size_t begin, const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
+  const std::string text(out.view().substr(begin));
+  out.truncate(begin);
+  delimited.append(text, out);
+}
+
+bool hasFormat(Kind kind) {
+  return kind == Kind::Date || kind == Kind::Time || kind == Kind::Timestamp || kind == Kind::BigDateTime;
 }
 
 // Appends a value other than a string; where its text would not stand as one field, because of a format or an unusual
 // separator, it is quoted.
 void appendDelimitedValue(const StoredColumn& column, const FormatSet& formats,
                           const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
-  const std::size_t before = out.size();
-  if (column.kind() == Kind::Binary) {
-    appendHex(column, out);
-  } else {
-    appendValue(column, formats, out);
-  }
-  const std::string_view text = out.view().substr(before);
-  if (text.empty() || !delimited.needsQuotes(text)) return;
-  const std::string copy(text);
-  out.truncate(before);
-  delimited.append(copy, out);
+  const std::size_t begin = out.size();
+  const Kind kind = column.kind();
+  const std::string_view text = kind == Kind::Binary ? appendHex(column, out) : appendValue(column, formats, out);
+  if (text.empty()) return;
+  if (hasFormat(kind) ? delimited.needsQuotes(text) : delimited.numberNeedsQuotes(text))
+    quoteEnd(begin, delimited, out);
 }
 
 void appendDelimitedColumn(const StoredColumn& column, const FormatSet& formats,

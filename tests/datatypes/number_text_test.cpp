@@ -318,8 +318,21 @@ TEST(FloatText, ExactFormReadsBack) {
   const struct {
     double value;
     const char* text;
-  } rows[] = {{0.1, "0.1"},    {5, "5.0"},           {-0.0, "-0.0"},
-              {1e22, "1e+22"}, {-1e-300, "-1e-300"}, {123456.75, "123456.75"}};
+  } rows[] = {
+      {0.1, "0.1"},
+      {5, "5.0"},
+      {0, "0.0"},
+      {-0.0, "-0.0"},
+      {100000, "100000.0"},
+      {0.0001, "0.0001"},
+      {-89.23450472, "-89.23450472"},
+      {999999.999999999, "999999.999999999"},
+      {999999999999, "999999999999.0"},
+      {123456.75, "123456.75"},
+      {1.0 / 3, "0.3333333333333333"},
+      {1e22, "1e+22"},
+      {-1e-300, "-1e-300"},
+  };
   for (const auto& row : rows) EXPECT_EQ(exact(row.value), row.text);
   std::mt19937_64 random(5);
   for (int i = 0; i < 50'000; ++i) {
@@ -327,6 +340,20 @@ TEST(FloatText, ExactFormReadsBack) {
     if (!std::isfinite(value)) continue;
     const std::string text = exact(value);
     ASSERT_EQ(std::bit_cast<std::uint64_t>(parseFloat(text).value), std::bit_cast<std::uint64_t>(value)) << text;
+  }
+}
+
+TEST(FloatText, ExactFormOfADecimalHasItsDigitsOnly) {
+  std::mt19937_64 random(6);
+  for (int i = 0; i < 50'000; ++i) {
+    const int places = 1 + static_cast<int>(random() % 9);
+    const double value = static_cast<double>(random() % 1'000'000'000'000) / std::pow(10, places);
+    std::string expected(64, '\0');
+    expected.resize(static_cast<std::size_t>(std::snprintf(expected.data(), 64, "%.*f", places, value)));
+    while (expected.ends_with('0') && !expected.ends_with(".0")) expected.pop_back();
+    const auto text = printGuarded(32, [=](char* out) { return printFloatExact(value, out); });
+    ASSERT_EQ(text, expected);
+    ASSERT_EQ(parseFloat(text).value, value) << text;
   }
 }
 
