@@ -23,8 +23,8 @@ class DelimitedText {
     return false;
   }
 
-  // The same for the text of a number, a boolean or bytes, which hold nothing but letters, digits, signs and points.
-  bool numberNeedsQuotes(std::string_view text) const { return numbersMayNeedQuotes_ && needsQuotes(text); }
+  // Whether the separator can occur in the text of a number, a boolean or bytes: letters, digits, signs and points.
+  bool numbersMayNeedQuotes() const { return numbersMayNeedQuotes_; }
 
   // Appends the text, between quotes and with quotes in it doubled when it needs them.
   void append(std::string_view text, kyv::ByteBuffer& out) const;

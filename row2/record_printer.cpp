@@ -66,29 +66,49 @@ void quoteEnd(std::size_t begin, const kyv_internal::DelimitedText& delimited, B
   delimited.append(text, out);
 }
 
-bool hasFormat(Kind kind) {
-  return kind == Kind::Date || kind == Kind::Time || kind == Kind::Timestamp || kind == Kind::BigDateTime;
+// Whether a text of the format may need quotes: told from one of them where all are alike.
+bool mayNeedQuotes(const kyv_internal::PercentFormat& format, const kyv_internal::DelimitedText& delimited) {
+  char text[kyv_internal::kMaxFormattedText];
+  return delimited.numbersMayNeedQuotes() || !format.isFixedLayout() ||
+         delimited.needsQuotes({text, format.print(0, text)});
 }
+
+// How a printer's values stand in a line.
+struct DelimitedForm {
+  kyv_internal::DelimitedText text;
+  bool checkNumbers;
+  bool checkTimes;
+
+  DelimitedForm(char separator, const kyv_internal::RowFormats& formats)
+      : text(separator),
+        checkNumbers(text.numbersMayNeedQuotes()),
+        checkTimes(mayNeedQuotes(formats.date, text) || mayNeedQuotes(formats.timestamp, text) ||
+                   mayNeedQuotes(formats.time, text)) {}
+
+  bool needsQuotes(Kind kind, std::string_view value) const {
+    const bool isTime =
+        kind == Kind::Date || kind == Kind::Time || kind == Kind::Timestamp || kind == Kind::BigDateTime;
+    return (isTime ? checkTimes : checkNumbers) && text.needsQuotes(value);
+  }
+};
 
 // Appends a value other than a string; where its text would not stand as one field, because of a format or an unusual
 // separator, it is quoted.
-void appendDelimitedValue(const StoredColumn& column, const FormatSet& formats,
-                          const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
+void appendDelimitedValue(const StoredColumn& column, const FormatSet& formats, const DelimitedForm& form,
+                          ByteBuffer& out) {
   const std::size_t begin = out.size();
   const Kind kind = column.kind();
   const std::string_view text = kind == Kind::Binary ? appendHex(column, out) : appendValue(column, formats, out);
-  if (text.empty()) return;
-  if (hasFormat(kind) ? delimited.needsQuotes(text) : delimited.numberNeedsQuotes(text))
-    quoteEnd(begin, delimited, out);
+  if (!text.empty() && form.needsQuotes(kind, text)) quoteEnd(begin, form.text, out);
 }
 
-void appendDelimitedColumn(const StoredColumn& column, const FormatSet& formats,
-                           const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
+void appendDelimitedColumn(const StoredColumn& column, const FormatSet& formats, const DelimitedForm& form,
+                           ByteBuffer& out) {
   if (!column.present()) return;
   if (column.kind() == Kind::String) {
-    delimited.append(kyv_internal::packedString(column.value), out);
+    form.text.append(kyv_internal::packedString(column.value), out);
   } else {
-    appendDelimitedValue(column, formats, delimited, out);
+    appendDelimitedValue(column, formats, form, out);
   }
 }
 
@@ -144,10 +164,17 @@ void appendJsonColumn(const StoredColumn& column, const FormatSet& formats, Byte
 struct RecordPrinter::Parts {
   explicit Parts(const ConnectionRowType& schema) : streamName(schema.getStreamName()), columns(columnsOf(schema)) {}
 
+  // Changes a format or the separator.
+  template <class Setting, class Value>
+  void set(Setting& setting, const Value& value) {
+    setting = Setting(value);
+    delimited = DelimitedForm(separator, formats);
+  }
+
   void appendDelimitedColumns(const RowReader& reader, ByteBuffer& out) const {
     const FormatSet set = formats.set();
     for (std::size_t i = 0; i < columns.size(); ++i) {
-      if (i != 0) out.append({&separator, 1});
+      if (i != 0) out.append(separator);
       appendDelimitedColumn({columns[i].type, reader.column(i)}, set, delimited, out);
     }
   }
@@ -165,26 +192,17 @@ struct RecordPrinter::Parts {
   std::vector<PrintedColumn> columns;
   kyv_internal::RowFormats formats;
   char separator = ',';
-  kyv_internal::DelimitedText delimited{separator};
+  DelimitedForm delimited{separator, formats};
   bool withService = false;
 };
 
 RecordPrinter::RecordPrinter(const ConnectionRowType& schema) : parts_(std::make_unique<Parts>(schema)) {}
 RecordPrinter::~RecordPrinter() = default;
 
-void RecordPrinter::setDateFormat(const char* format) { parts_->formats.date = kyv_internal::PercentFormat(format); }
-
-void RecordPrinter::setTimestampFormat(const char* format) {
-  parts_->formats.timestamp = kyv_internal::PercentFormat(format);
-}
-
-void RecordPrinter::setTimeFormat(const char* format) { parts_->formats.time = kyv_internal::PercentFormat(format); }
-
-void RecordPrinter::setSeparator(char separator) {
-  parts_->separator = separator;
-  parts_->delimited = kyv_internal::DelimitedText(separator);
-}
-
+void RecordPrinter::setDateFormat(const char* format) { parts_->set(parts_->formats.date, format); }
+void RecordPrinter::setTimestampFormat(const char* format) { parts_->set(parts_->formats.timestamp, format); }
+void RecordPrinter::setTimeFormat(const char* format) { parts_->set(parts_->formats.time, format); }
+void RecordPrinter::setSeparator(char separator) { parts_->set(parts_->separator, separator); }
 void RecordPrinter::setWithService(bool withService) { parts_->withService = withService; }
 
 bool RecordPrinter::appendDelimited(const void* record, unsigned long recordNo, ConnectionErrors& errors,
@@ -194,11 +212,11 @@ bool RecordPrinter::appendDelimited(const void* record, unsigned long recordNo, 
   if (!kyv_internal::printOperation(letter, reader.opcode(), recordNo, errors)) return false;
   if (parts_->withService) {
     const char service[] = {parts_->separator, letter, parts_->separator};
-    parts_->delimited.append(parts_->streamName, out);
+    parts_->delimited.text.append(parts_->streamName, out);
     out.append({service, sizeof service});
   }
   parts_->appendDelimitedColumns(reader, out);
-  out.append("\n");
+  out.append('\n');
   return true;
 }
 

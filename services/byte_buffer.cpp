@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -30,12 +29,6 @@ ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept {
 }
 
 ByteBuffer::~ByteBuffer() { std::free(data_); }
-
-void ByteBuffer::append(std::string_view bytes) {
-  if (bytes.empty()) return;
-  std::memcpy(prepare(bytes.size()), bytes.data(), bytes.size());
-  commit(bytes.size());
-}
 
 void ByteBuffer::grow(std::size_t bytes) {
   if (bytes > kGreatestCapacity - size_) throw std::bad_alloc();

@@ -6,6 +6,7 @@
 // Threads: not locked; one thread at a time.
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 #include "kyv/export.h"
@@ -38,7 +39,15 @@ class KYV_EXPORT ByteBuffer {
   // Adds the first `bytes` of the prepared room.
   void commit(std::size_t bytes) { size_ += bytes; }
 
-  void append(std::string_view bytes);
+  void append(std::string_view bytes) {
+    if (bytes.empty()) return;  // may have no address
+    std::memcpy(prepare(bytes.size()), bytes.data(), bytes.size());
+    size_ += bytes.size();
+  }
+  void append(char byte) {
+    *prepare(1) = byte;
+    ++size_;
+  }
 
  private:
   void grow(std::size_t bytes);
