@@ -35,6 +35,9 @@ if(KYV_SANITIZE)
   add_compile_options(-fsanitize=${KYV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KYV_SANITIZE})
 endif()
+if(KYV_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link -D_GLIBCXX_ASSERTIONS)
+endif()
 
 # Keeps a library's exported names to those that its own sources mark.
 function(kyv_hide_standard_library)
