@@ -167,23 +167,42 @@ std::string_view printHexByHand(const std::string& bytes) {
 
 // --- Samples ---
 
+// The same numbers in every run, in no order that a branch could follow.
+class Numbers {
+ public:
+  std::size_t below(std::size_t bound) {
+    state_ = state_ * 6364136223846793005u + 1442695040888963407u;
+    return (state_ >> 33) % bound;
+  }
+
+ private:
+  std::uint64_t state_ = 1;
+};
+
+std::string digits(Numbers& numbers, std::size_t count) {
+  std::string text;
+  while (text.size() < count) text += static_cast<char>('0' + numbers.below(10));
+  return text;
+}
+
 // Numbers of one to 24 digits before the point and up to ten behind it, some negative.
 std::vector<std::string> decimalTexts() {
+  Numbers numbers;
   std::vector<std::string> texts;
-  const std::string digits = "9182736450192837465019283746501928";
-  for (int i = 0; i < kTexts; ++i) {
-    const std::string whole = digits.substr(i % 9, 1 + i % 24);
-    const std::string fraction = digits.substr(i % 13, i % (kDecimalScale + 1));
-    texts.push_back((i % 5 == 0 ? "-" : "") + whole + (fraction.empty() ? "" : "." + fraction));
+  while (texts.size() < kTexts) {
+    std::string text = numbers.below(5) == 0 ? "-" : "";
+    text += static_cast<char>('1' + numbers.below(9)) + digits(numbers, numbers.below(24));
+    const std::string fraction = digits(numbers, numbers.below(kDecimalScale + 1));
+    texts.push_back(text + (fraction.empty() ? "" : "." + fraction));
   }
   return texts;
 }
 
 std::vector<std::string> blobs() {
+  Numbers numbers;
   std::vector<std::string> blobs(kTexts, std::string(kBlobBytes, '\0'));
-  unsigned int state = 1;
   for (std::string& blob : blobs) {
-    for (char& byte : blob) byte = static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
+    for (char& byte : blob) byte = static_cast<char>(numbers.below(256));
   }
   return blobs;
 }
