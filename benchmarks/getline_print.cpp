@@ -20,33 +20,12 @@ bool readRecord(std::FILE* in, std::vector<char>& record) {
   return std::fread(record.data() + sizeof bytes, 1, rest, in) == rest;
 }
 
-void printQuoted(const std::string& text, std::FILE* out) {
-  std::fputc('"', out);
-  for (const char c : text) {
-    if (c == '"') std::fputc('"', out);
-    std::fputc(c, out);
-  }
-  std::fputc('"', out);
-}
-
-void printField(const std::string& text, std::FILE* out) {
-  if (std::strpbrk(text.c_str(), ",\"\r\n") != nullptr) {
-    printQuoted(text, out);
-  } else {
-    std::fputs(text.c_str(), out);
-  }
-}
-
 bool printAll(std::FILE* in, std::FILE* out) {
   std::vector<char> record;
-  std::vector<std::string> fields;
+  std::string line;
   while (readRecord(in, record)) {
-    kyv_internal::tradeRecordToFields(record.data(), fields);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      if (i > 0) std::fputc(',', out);
-      printField(fields[i], out);
-    }
-    std::fputc('\n', out);
+    kyv_internal::tradeRecordToLine(record.data(), line);
+    if (std::fwrite(line.data(), 1, line.size(), out) != line.size()) return false;
   }
   return std::feof(in) != 0 && std::fflush(out) == 0;
 }

@@ -25,6 +25,8 @@ constexpr int kDataAt = kOffsetsAt + 4 * (kTradeFieldCount + 1);
 // Bytes of a column in a record, 0 for a string.
 constexpr std::size_t kColumnBytes[kTradeFieldCount] = {8, 0, 0, 8, 4, 8, 8, 8, 1, 0};
 
+bool isText(std::size_t column) { return kColumnBytes[column] == 0; }
+
 template <class T>
 void put(char* at, T value) {
   std::memcpy(at, &value, sizeof value);
@@ -136,7 +138,7 @@ bool packColumn(std::size_t column, const char* text, char* at) {
 }
 
 std::size_t columnBytes(std::size_t column, const char* text) {
-  return kColumnBytes[column] != 0 ? kColumnBytes[column] : std::strlen(text) + 1;
+  return isText(column) ? std::strlen(text) + 1 : kColumnBytes[column];
 }
 
 std::size_t recordBytes(const char* const* fields) {
@@ -175,7 +177,7 @@ void printTimestamp(std::int64_t millis, char* out, std::size_t room) {
   std::snprintf(out + length, room - length, ".%03d", static_cast<int>(millis - seconds * 1000));
 }
 
-void printColumn(std::size_t column, const char* data, std::string& out) {
+void appendColumn(std::size_t column, const char* data, std::string& out) {
   char text[64];
   switch (column) {
     case kTradeId:
@@ -197,13 +199,28 @@ void printColumn(std::size_t column, const char* data, std::string& out) {
       printSeconds(get<std::int64_t>(data), text, sizeof text);
       break;
     case kTradeOddLot:
-      out = *data != 0 ? "true" : "false";
+      out += *data != 0 ? "true" : "false";
       return;
     default:
-      out = data;
+      out += data;
       return;
   }
-  out = text;
+  out += text;
+}
+
+// The value of a column, or null.
+const char* columnData(const char* record, std::size_t column) {
+  const auto offset = get<std::int32_t>(record + kOffsetsAt + 4 * column);
+  return offset > 0 ? record + offset : nullptr;
+}
+
+void appendQuoted(const char* text, std::string& line) {
+  line += '"';
+  for (; *text != '\0'; ++text) {
+    if (*text == '"') line += '"';
+    line += *text;
+  }
+  line += '"';
 }
 
 }  // namespace
@@ -242,13 +259,24 @@ std::size_t tradeRecordBytes(const char* record) { return static_cast<std::size_
 void tradeRecordToFields(const char* record, std::vector<std::string>& fields) {
   fields.resize(kTradeFieldCount);
   for (std::size_t i = 0; i < kTradeFieldCount; ++i) {
-    const std::int32_t offset = get<std::int32_t>(record + kOffsetsAt + 4 * i);
-    if (offset > 0) {
-      printColumn(i, record + offset, fields[i]);
+    fields[i].clear();
+    if (const char* data = columnData(record, i)) appendColumn(i, data, fields[i]);
+  }
+}
+
+void tradeRecordToLine(const char* record, std::string& line) {
+  line.clear();
+  for (std::size_t i = 0; i < kTradeFieldCount; ++i) {
+    if (i > 0) line += ',';
+    const char* data = columnData(record, i);
+    if (data == nullptr) continue;
+    if (isText(i) && std::strpbrk(data, ",\"\r\n") != nullptr) {
+      appendQuoted(data, line);
     } else {
-      fields[i].clear();
+      appendColumn(i, data, line);
     }
   }
+  line += '\n';
 }
 
 }  // namespace kyv_internal

@@ -23,5 +23,7 @@ std::size_t tradeRecordBytes(const char* record);
 
 // The texts of a record's columns; a NULL column is empty. They keep their memory from record to record.
 void tradeRecordToFields(const char* record, std::vector<std::string>& fields);
+// The same texts, with a line feed behind the last, as a line of delimited text; a text that needs it is quoted.
+void tradeRecordToLine(const char* record, std::string& line);
 
 }  // namespace kyv_internal

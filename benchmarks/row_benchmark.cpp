@@ -17,6 +17,7 @@
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/connection_row_csv.h"
+#include "kyv/record_printer.h"
 
 namespace kyv_internal {
 namespace {
@@ -51,6 +52,21 @@ struct FieldTexts {
     }
     return true;
   }
+};
+
+// The peer cuts up a copy of the line, as the library's row does.
+Record lineToRecordByHand(const char* line) {
+  char copy[512];
+  std::strcpy(copy, line);
+  return Record(tradeLineToRecord(copy));
+}
+
+// A printed line, with its line feed. Prices may have more or fewer zeros behind them: equal when the records are.
+struct PrintedLine {
+  std::string_view text;
+
+  Record record() const { return lineToRecordByHand(std::string(text.substr(0, text.size() - 1)).c_str()); }
+  bool operator==(const PrintedLine& other) const { return record() == other.record(); }
 };
 
 // The sample in each of the forms that a conversion starts from.
@@ -101,13 +117,6 @@ void makeSample(Sample& sample, kyv::StreamSchema& schema) {
     addTrade(sample, std::move(line), schema);
   }
   for (std::string& line : sample.lines) sample.lineTexts.push_back(line.data());
-}
-
-// The peer cuts up a copy of the line, as the library's row does.
-Record lineToRecordByHand(const char* line) {
-  char copy[512];
-  std::strcpy(copy, line);
-  return Record(tradeLineToRecord(copy));
 }
 
 void registerLineToRecord(const Sample& sample, ConnectionRowCsv& row, ConnectionErrors& errors) {
@@ -168,12 +177,27 @@ void registerRecordToFields(const Sample& sample, ConnectionRowByOrder& row, Con
       });
 }
 
+void registerRecordToLine(const Sample& sample, kyv::RecordPrinter& printer, ConnectionErrors& errors) {
+  registerPair(
+      "record to line", sample.records,
+      [&, out = std::make_shared<kyv::ByteBuffer>()](const Record& record) {
+        out->clear();
+        printer.appendDelimited(record.bytes.get(), 1, errors, *out);
+        return PrintedLine{out->view()};
+      },
+      [line = std::string()](const Record& record) mutable {
+        tradeRecordToLine(record.bytes.get(), line);
+        return PrintedLine{line};
+      });
+}
+
 void registerRowPairs(const Sample& sample, ConnectionRowCsv& csv, ConnectionRowByOrder& byOrder,
-                      ConnectionErrors& errors) {
+                      kyv::RecordPrinter& printer, ConnectionErrors& errors) {
   registerLineToRecord(sample, csv, errors);
   registerLineAppended(sample, csv, errors);
   registerFieldsToRecord(sample, byOrder, errors);
   registerRecordToFields(sample, byOrder, errors);
+  registerRecordToLine(sample, printer, errors);
 }
 
 }  // namespace
@@ -187,7 +211,8 @@ void runRowBenchmarks() {
   ConnectionRowByOrder byOrder;
   configureTradeRow(csv, schema);
   configureTradeRow(byOrder, schema);
-  registerRowPairs(sample, csv, byOrder, errors);
+  kyv::RecordPrinter printer(schema);
+  registerRowPairs(sample, csv, byOrder, printer, errors);
   benchmark::RunSpecifiedBenchmarks();
 }
 
