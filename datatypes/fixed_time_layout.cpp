@@ -90,12 +90,17 @@ bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
   }
   const std::size_t last = std::max(length_, kWord) - kWord;
   Word wrong = 0;
-  for (std::size_t at = 0;; at = std::min(at + kWord, last)) {
+  const auto matchWord = [&](std::size_t at) {
     const Word difference = loadWord(&pattern_[at]) ^ loadWord(from + at);
     wrong |= difference | (difference + loadWord(&slack_[at]));
     std::memcpy(&digits[at], &difference, kWord);
-    if (at == last) return (wrong & kTopBits) == 0;
-  }
+  };
+  // The words of a text, which overlap as its length wants it.
+  matchWord(0);
+  matchWord(std::min(kWord, last));
+  if (last > 2 * kWord) matchWord(2 * kWord);
+  matchWord(last);
+  return (wrong & kTopBits) == 0;
 }
 
 // A year of two digits is one of 1969 to 2068.

@@ -15,9 +15,7 @@ static_assert(FixedTimeLayout::kPrintRoom <= kMaxFormattedText);
 PercentFormat::PercentFormat(std::string_view format)
     : steps_(format), layout_(FixedTimeLayout::of(steps_.steps())), isSeconds_(format == "%s") {}
 
-std::optional<std::int64_t> PercentFormat::parse(std::string_view text) const {
-  if (layout_)
-    if (const std::optional<std::int64_t> seconds = layout_->parse(text)) return seconds;
+std::optional<std::int64_t> PercentFormat::parseSteps(std::string_view text) const {
   const std::optional<std::tm> fields = parseFields(text);
   if (!fields) return std::nullopt;
   return secondsOf(*fields);

@@ -24,13 +24,18 @@ class PercentFormat {
   // The format is exactly "%s": a count of seconds instead of a calendar time.
   bool isSeconds() const { return isSeconds_; }
 
-  // Whether every text that it prints consists of digits and of the same other characters in the same places, but for years
-  // that have not four digits.
+  // Whether every text that it prints consists of digits and of the same other characters in the same places, but for
+  // years that have not four digits.
   bool isFixedLayout() const { return layout_.has_value(); }
 
   // Seconds since 1970-01-01 00:00:00 UTC of a text that matches to its end (white space may be left over). Fields that
   // the format does not name stay at 1970-01-01 00:00:00. A "%s" reads digits without a sign.
-  std::optional<std::int64_t> parse(std::string_view text) const;
+  std::optional<std::int64_t> parse(std::string_view text) const {
+    if (layout_) {
+      if (const std::optional<std::int64_t> seconds = layout_->parse(text)) return seconds;
+    }
+    return parseSteps(text);
+  }
 
   // The same as broken-down time, with the fields as they were read: 30 February is not put right.
   std::optional<std::tm> parseFields(std::string_view text) const;
@@ -41,6 +46,8 @@ class PercentFormat {
   std::size_t print(std::int64_t seconds, char* out) const;
 
  private:
+  std::optional<std::int64_t> parseSteps(std::string_view text) const;
+
   PercentSteps steps_;
   std::optional<FixedTimeLayout> layout_;
   bool isSeconds_;
