@@ -154,6 +154,22 @@ Parsed<std::size_t> parseHex(std::string_view text, std::span<unsigned char> out
   return HexReader(text, out).read();
 }
 
+bool holdsHexBytes(std::string_view text, std::size_t bytes) {
+  std::size_t digits = 0;
+  while (!text.empty()) {
+    const bool block = text.size() >= kLanes && allValid(readLanes(text.data()).valid);
+    const char c = text.front();
+    text.remove_prefix(block ? kLanes : 1);
+    if (block)
+      digits += kLanes;
+    else if (kDigitValues[static_cast<unsigned char>(c)] != kNoDigit)
+      ++digits;
+    else if (!isPlainSpace(c))
+      return false;
+  }
+  return digits == 2 * bytes;
+}
+
 // --- Bytes to text --------------------------------------------------------------------------------------------------
 
 namespace {

@@ -76,15 +76,29 @@ const char* packString(std::string_view text, PackBuffer& out) {
   return nullptr;
 }
 
-// The length is written before the digits are converted, and counts white space too: a text with enough of it fails.
-const char* packBinary(std::string_view text, PackBuffer& out) {
-  const std::size_t estimate = text.size() / 2;
+// Bytes of a binary value, white space in its text counted too: a text with enough of it fails.
+std::size_t binaryEstimate(std::string_view text) { return text.size() / 2; }
+
+// The length is written before the digits are looked at. The position stays before it.
+const char* packBinaryLength(std::size_t estimate, PackBuffer& out) {
   if (out.room() < kBinaryPrefixSize + estimate) return kOverflow;
   store(out.position, bigEndian(static_cast<std::uint32_t>(estimate)));
+  return nullptr;
+}
+
+// After a failure some digits may have been written.
+const char* packBinary(std::string_view text, PackBuffer& out) {
+  const std::size_t estimate = binaryEstimate(text);
+  if (const char* error = packBinaryLength(estimate, out)) return error;
   const Parsed<std::size_t> written = parseHex(text, {out.position + kBinaryPrefixSize, estimate});
   if (written.error != nullptr || written.value != estimate) return kBadBinary;
   out.position += kBinaryPrefixSize + estimate;
   return nullptr;
+}
+
+const char* packOnlyBinaryLength(std::string_view text, PackBuffer& out) {
+  const char* const error = packBinaryLength(binaryEstimate(text), out);
+  return error != nullptr ? error : kBadBinary;
 }
 
 void storeDecimal(unsigned char* out, Coefficient coefficient, unsigned int precision, unsigned int scale) {
@@ -149,6 +163,8 @@ template <ByteOrder order>
 
 const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats, ByteOrder order,
                      PackBuffer& out) {
+  // A record that fails is thrown away; here the bytes are a caller's, and stay as they are.
+  if (column.kind == Kind::Binary && !holdsHexBytes(text, binaryEstimate(text))) return packOnlyBinaryLength(text, out);
   return order == ByteOrder::Host ? pack<ByteOrder::Host>(column, text, formats, out)
                                   : pack<ByteOrder::Opposite>(column, text, formats, out);
 }

@@ -46,7 +46,7 @@ struct PackedFields {
 };
 
 // Packs a row's fields one behind another, behind the offset table of a record that has `room` bytes, and writes the
-// table: what packText does, for all columns in one go.
+// table: what packText does, for all columns in one go, but that a record that fails may hold anything.
 [[nodiscard]] PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
                                       const FormatSet& formats, unsigned char* record, std::size_t room);
 

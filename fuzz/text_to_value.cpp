@@ -85,9 +85,10 @@ Result pack(const Case& value, bool swap, std::size_t capacity) {
   require((count == kFailed) == (result.error != nullptr), "an error is set when a conversion fails, and only then");
   const std::size_t written = count == kFailed ? 0 : count;
   require(written <= capacity, "no more bytes are counted than there is room for");
-  // The digits of a binary value that turns out to be none may be there already.
-  if (count != kFailed || value.kind() != Kind::Binary)
-    require(untouched(out.begin() + static_cast<std::ptrdiff_t>(written), out.end()), "only counted bytes are written");
+  // A binary value's length may be there before its digits turn out to be none.
+  const std::size_t kept = count == kFailed && value.kind() == Kind::Binary ? kyv_internal::kBinaryPrefixSize : written;
+  require(untouched(out.begin() + static_cast<std::ptrdiff_t>(std::min(kept, capacity)), out.end()),
+          "only counted bytes are written");
   out.resize(written);
   return result;
 }
