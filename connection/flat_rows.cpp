@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kyv/connection_row.h"
+#include "kyv/connection_row_by_names.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/connection_row_csv.h"
 #include "kyv/flat.h"
@@ -34,8 +35,9 @@ struct RowKind {
   std::unique_ptr<ConnectionRow> (*make)();
 };
 
-constexpr std::array<RowKind, 2> kRowKinds{{
+constexpr std::array<RowKind, 3> kRowKinds{{
     {"RowByOrder", makeRow<ConnectionRowByOrder>},
+    {"RowByNames", makeRow<ConnectionRowByNames>},
     {"RowCsv", makeRow<ConnectionRowCsv>},
 }};
 

@@ -5,6 +5,7 @@
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_errors.h"
 #include "kyv/connection_row.h"
+#include "kyv/connection_row_by_names.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/connection_row_csv.h"
 #include "kyv/data_types.h"
