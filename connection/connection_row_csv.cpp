@@ -86,7 +86,7 @@ void ConnectionRowCsv::setBuffer(char* line) {
   }
   const std::size_t size = std::strlen(line) + 1;
   if (size > static_cast<std::size_t>(std::numeric_limits<int>::max())) throw std::bad_alloc();
-  std::memcpy(allocBuffer(static_cast<int>(size)), line, size);
+  std::memmove(allocBuffer(static_cast<int>(size)), line, size);  // the line may lie in the buffer
 }
 
 std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(std::string_view line, char* writable,
