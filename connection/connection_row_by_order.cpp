@@ -26,6 +26,12 @@ using kyv_internal::StoredColumn;
 constexpr char kDefaultOperation = 'p';
 constexpr char kShineText[] = "s";
 
+// Adds the bytes of a text and its terminator. In a row whose data are never cleared the sum passes its range and
+// wraps.
+void countText(int& sum, std::size_t length) {
+  sum = static_cast<int>(static_cast<unsigned int>(sum) + static_cast<unsigned int>(length) + 1);
+}
+
 bool assignHex(std::span<const unsigned char> bytes, FieldList& fields, std::size_t index) {
   char* const text = fields.prepare(index, 2 * bytes.size());
   if (text != nullptr) kyv_internal::printHex(bytes, text);
@@ -116,7 +122,7 @@ bool ConnectionRowByOrder::setField(int index, std::string_view value) {
     return true;
   }
   if (!fields_->assign(position, value)) throw std::bad_alloc();
-  textBytes_ += static_cast<int>(value.size() + 1);
+  countText(textBytes_, value.size());
   return true;
 }
 
@@ -208,7 +214,7 @@ bool ConnectionRowByOrder::readColumns(const void* record, unsigned long recordN
   if (!kyv_internal::printOperation(op_, reader.opcode(), recordNo, errors)) return false;
   if (reader.shinesThrough()) {
     setFlagsAsString(kShineText);
-    textBytes_ += static_cast<int>(sizeof kShineText);
+    countText(textBytes_, sizeof kShineText - 1);
   }
   const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
   const FormatSet formats = prepared_->formats.set();
@@ -253,7 +259,7 @@ bool ConnectionRowByOrder::storeNextField(const StoredColumn& stored, const Form
   } else if (!assignValue(stored, formats, *fields_, position)) {
     return false;
   } else {
-    textBytes_ += static_cast<int>(fields_->fields(position + 1)[position].size + 1);
+    countText(textBytes_, fields_->fields(position + 1)[position].size);
   }
   ++fieldCount_;
   return true;
