@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kyv/data_types.h"
+#include "kyv/stream_schema.h"
 #include "tests/support/bytes.h"
 #include "tests/support/hostile_records.h"
 #include "tests/support/row_text.h"
@@ -233,6 +234,26 @@ TEST(ConnectionRowByOrder, TimestampFormatServesBigDateTimesToo) {
   EXPECT_EQ(takeHex(row.toRow(1, &errors)), toHex(record));
   EXPECT_EQ(takeHex(copy->toRow(1, &errors)), toHex(record));
   EXPECT_EQ(read(row, record), "p 02.01.1970,7.500,-7.500000,01h01");
+}
+
+TEST(ConnectionRowByOrder, FollowsItsSchema) {
+  kyv::StreamSchema ready("Ready", 6, {{"A", kInteger}});
+  TestSchema changing({{"A", kInteger}});
+  ConnectionRowByOrder row;
+  row.setFieldAsString(0, "7");
+  ConnectionErrors errors;
+  const auto payload = [&] { return takeHex(row.toRow(1, &errors)).substr(56); };
+  row.setStreamType(&changing, false);
+  EXPECT_EQ(payload(), "07000000");
+  changing.columns = {{"A", kString}};
+  EXPECT_EQ(payload(), "3700") << "a schema may change between two rows";
+  row.setStreamType(&ready, false);
+  EXPECT_EQ(payload(), "07000000");
+  row.setStreamType(&changing, false);
+  EXPECT_EQ(payload(), "3700");
+  row.clear();
+  EXPECT_EQ(row.toRow(1, &errors), nullptr);
+  EXPECT_EQ(errors.report(), "record 1: no stream specified");
 }
 
 // --- From a record --------------------------------------------------------------------------------------------------

@@ -23,31 +23,31 @@ class TestSchema : public ConnectionRowType {
     unsigned int type;
   };
 
-  explicit TestSchema(std::vector<Column> columns, SchemaCounts* counts = nullptr)
-      : columns_(std::move(columns)), counts_(counts) {}
+  explicit TestSchema(std::vector<Column> columnList, SchemaCounts* counts = nullptr)
+      : columns(std::move(columnList)), counts_(counts) {}
   ~TestSchema() override {
     if (counts_ != nullptr) ++counts_->deletions;
   }
 
   int getColumnCount() const override {
     if (onColumnCount) onColumnCount();
-    return static_cast<int>(columns_.size());
+    return static_cast<int>(columns.size());
   }
   const char* getColumnName(int index) const override {
-    return columns_.at(static_cast<std::size_t>(index)).name.c_str();
+    return columns.at(static_cast<std::size_t>(index)).name.c_str();
   }
-  unsigned int getColumnType(int index) const override { return columns_.at(static_cast<std::size_t>(index)).type; }
+  unsigned int getColumnType(int index) const override { return columns.at(static_cast<std::size_t>(index)).type; }
   ConnectionRowType* clone() const override {
     if (counts_ != nullptr) ++counts_->clones;
-    return new TestSchema(columns_, counts_);
+    return new TestSchema(columns, counts_);
   }
   const char* getStreamName() const override { return "Trades"; }
   int getStreamId() const override { return 5; }
 
+  std::vector<Column> columns;
   std::function<void()> onColumnCount;
 
  private:
-  std::vector<Column> columns_;
   SchemaCounts* counts_;
 };
 
