@@ -1,0 +1,248 @@
+#include "command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "commands.h"
+#include "complaint.h"
+#include "version.h"
+
+namespace kyv_internal {
+namespace {
+
+constexpr std::size_t kMostThreads = 64;
+constexpr std::uint64_t kMostErrors = 1'000'000'000;
+
+struct Command {
+  const char* name;
+  const char* summary;
+  const char* example;  // a reader pastes it into an empty folder, and it works
+  void (*addOptions)(CLI::App& app, CommandOptions& options);
+  ExitStatus (*run)(const CommandOptions& options);
+};
+
+// --- Options that several commands share ---
+
+void addInput(CLI::App& app, CommandOptions& options, const char* name, const char* help) {
+  app.add_option(name, options.input, help)->required()->type_name("");
+}
+
+void addOutput(CLI::App& app, CommandOptions& options) {
+  app.add_option("-o,--output", options.output, "Where the result goes; - is standard output, the default")
+      ->type_name("FILE");
+}
+
+void addSchema(CLI::App& app, CommandOptions& options) {
+  app.add_option("-s,--schema", options.schema, "The stream's schema, as kyv infer writes it")
+      ->required()
+      ->type_name("FILE");
+}
+
+std::string checkSeparator(std::string& text) {
+  if (text == "\\t" || text == "tab") text = "\t";
+  const char* const problem = refuseSeparator(text);
+  return problem == nullptr ? "" : problem;
+}
+
+void addSeparator(CLI::App& app, CommandOptions& options) {
+  app.add_option_function<std::string>(
+         "--separator", [&options](const std::string& text) { options.text.separator = text.front(); },
+         "The character between fields (\\t for a tab); a comma unless the schema says otherwise")
+      ->type_name("C")
+      ->transform(CLI::Validator(checkSeparator, ""));
+}
+
+void addFlag(CLI::App& app, const char* name, std::optional<bool>& flag, bool value, const char* help) {
+  app.add_flag_callback(
+      name, [&flag, value] { flag = value; }, help);
+}
+
+void addHeaders(CLI::App& app, CommandOptions& options) {
+  addFlag(app, "--header", options.text.header, true, "The first line holds column names");
+  addFlag(app, "--no-header", options.text.header, false, "The first line is a row");
+}
+
+void addQuoted(CLI::App& app, CommandOptions& options) {
+  addFlag(app, "--quoted", options.text.quoted, true,
+          "Fields in double quotes may hold separators and line ends (RFC 4180)");
+  addFlag(app, "--no-quoted", options.text.quoted, false, "Quotes protect nothing");
+}
+
+void addFormat(CLI::App& app, const char* name, std::optional<std::string>& format, const char* help) {
+  app.add_option_function<std::string>(
+         name, [&format](const std::string& text) { format = text; }, help)
+      ->type_name("F")
+      ->check([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); });
+}
+
+void addDateFormats(CLI::App& app, CommandOptions& options) {
+  addFormat(app, "--date-format", options.text.dateFormat, "How dates are written, such as %d.%m.%Y");
+  addFormat(app, "--timestamp-format", options.text.timestampFormat,
+            "How timestamps are written, such as %Y-%m-%dT%H:%M:%S, fractions of a second aside");
+}
+
+void addFormats(CLI::App& app, CommandOptions& options) {
+  addDateFormats(app, options);
+  addFormat(app, "--time-format", options.text.timeFormat, "How times of day are written, such as %H:%M");
+}
+
+void addService(CLI::App& app, CommandOptions& options, const char* help) {
+  app.add_flag("--service", options.text.service, help);
+}
+
+// A number between two others, with a message that says so.
+CLI::Option* addNumber(CLI::App& app, const char* name, const char* help, std::uint64_t least, std::uint64_t most,
+                       const std::function<void(std::uint64_t)>& store) {
+  const auto check = [least, most](const std::string& text) -> std::string {
+    std::uint64_t value = 0;
+    const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool whole = status == std::errc() && end == text.data() + text.size();
+    if (whole && value >= least && value <= most) return "";
+    return "must be a whole number from " + std::to_string(least) + " to " + std::to_string(most);
+  };
+  return app.add_option_function<std::uint64_t>(name, store, help)->type_name("N")->check(check);
+}
+
+void addThreads(CLI::App& app, CommandOptions& options) {
+  addNumber(app, "--threads", "Threads that convert side by side; the output stays in order", 1, kMostThreads,
+            [&options](std::uint64_t count) { options.threads = count; });
+}
+
+void addPrintForm(CLI::App& app, CommandOptions& options) {
+  const auto store = [&options](const std::string& name) {
+    options.form = name == "json" ? PrintForm::kJson : PrintForm::kDelimited;
+  };
+  const auto check = [](const std::string& name) -> std::string {
+    return name == "csv" || name == "json" ? "" : "must be csv or json";
+  };
+  app.add_option_function<std::string>("--format", store, "csv: delimited text, the default; json: an object a line")
+      ->type_name("NAME")
+      ->check(check);
+}
+
+void addQuiet(CLI::App& app, CommandOptions& options) {
+  app.add_flag("-q,--quiet", options.quiet, "Say nothing but what ends the run: no progress, bad rows or summary");
+}
+
+void addReporting(CLI::App& app, CommandOptions& options) {
+  addQuiet(app, options);
+  app.add_flag("--json", options.json, "The summary as JSON, on standard output where that is free");
+  addNumber(app, "--max-errors", "Stop at the Nth bad row and leave no output file", 1, kMostErrors,
+            [&options](std::uint64_t count) { options.maxErrors = count; });
+}
+
+// --- The commands ---
+
+void addConvertOptions(CLI::App& app, CommandOptions& options) {
+  addInput(app, options, "DATA.csv", "Delimited text; - is standard input");
+  addSchema(app, options);
+  addOutput(app, options);
+  addHeaders(app, options);
+  addQuoted(app, options);
+  addSeparator(app, options);
+  addService(app, options, "Lines begin with the stream's name and the operation: i, u, d or p");
+  addFormats(app, options);
+  addThreads(app, options);
+  addReporting(app, options);
+  app.add_option("--rejects", options.rejects, "Keep the bad rows as they stand, to repair and convert them later")
+      ->type_name("FILE");
+}
+
+void addPrintOptions(CLI::App& app, CommandOptions& options) {
+  addInput(app, options, "DATA.rows", "Records, as kyv convert writes them; - is standard input");
+  addSchema(app, options);
+  addOutput(app, options);
+  addPrintForm(app, options);
+  addFlag(app, "--header", options.text.header, true, "Begin with a line of column names");
+  addSeparator(app, options);
+  addService(app, options, "Begin each line with the stream's name and the operation: i, u, d or p");
+  addFormats(app, options);
+  addThreads(app, options);
+  addReporting(app, options);
+}
+
+constexpr std::array kCommands = {
+    Command{"convert", "Turn delimited text into records",
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv > people.json\n"
+            "  kyv convert --schema people.json people.csv -o people.rows\n",
+            addConvertOptions, runConvert},
+    Command{"print", "Turn records back into delimited text or JSON",
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv > people.json\n"
+            "  kyv convert --schema people.json people.csv -o people.rows\n"
+            "  kyv print --schema people.json people.rows --header\n",
+            addPrintOptions, runPrint},
+};
+
+constexpr char kStatuses[] =
+    "Exit status: 0 all well, 1 bad rows, 2 wrong usage, 3 files, 5 interrupted.\n"
+    "kyv COMMAND --help shows the options of a command and an example.\n";
+
+std::string commandNames() {
+  std::string names;
+  for (const Command& command : kCommands) names += (names.empty() ? "" : ", ") + std::string(command.name);
+  return names;
+}
+
+// A wrong first word is most likely a misspelled command, and deserves to be told so.
+bool checkCommandName(int count, const char* const* arguments) {
+  if (count < 2) {
+    complain("which command? (" + commandNames() + "; kyv --help says more)");
+    return false;
+  }
+  const std::string_view name = arguments[1];
+  const bool known =
+      std::any_of(kCommands.begin(), kCommands.end(), [&](const Command& command) { return command.name == name; });
+  if (known || name.starts_with("-")) return true;
+  complain("there is no command \"" + std::string(name) + "\" (" + commandNames() + ")");
+  return false;
+}
+
+void addCommands(CLI::App& app, CommandOptions& options) {
+  for (const Command& command : kCommands) {
+    CLI::App* const added = app.add_subcommand(command.name, command.summary);
+    added->footer(std::string("Example:\n") + command.example);
+    command.addOptions(*added, options);
+  }
+}
+
+// What is wrong with the arguments, in a line.
+int refuseArguments(const CLI::App& app, const CLI::ParseError& error) {
+  const auto chosen = app.get_subcommands();
+  const std::string name = chosen.empty() ? "kyv" : "kyv " + chosen.front()->get_name();
+  complain(std::string(error.what()) + " (" + name + " --help says more)");
+  return static_cast<int>(ExitStatus::kUsage);
+}
+
+}  // namespace
+
+int runCommandLine(int count, const char* const* arguments) {
+  if (!checkCommandName(count, arguments)) return static_cast<int>(ExitStatus::kUsage);
+  CLI::App app("Rows of text to binary records of a stream, and back.", "kyv");
+  app.set_version_flag("--version", std::string("kyv ") + kVersion);
+  app.footer(kStatuses);
+  app.require_subcommand(1);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.get_formatter()->label("Subcommands", "Commands");
+  CommandOptions options;
+  addCommands(app, options);
+  try {
+    app.parse(count, arguments);
+  } catch (const CLI::Success& asked) {  // for help or the version
+    return app.exit(asked);
+  } catch (const CLI::ParseError& error) {
+    return refuseArguments(app, error);
+  }
+  const std::string chosen = app.get_subcommands().front()->get_name();
+  const auto* const command = std::find_if(kCommands.begin(), kCommands.end(),
+                                           [&](const Command& candidate) { return candidate.name == chosen; });
+  return static_cast<int>(command->run(options));
+}
+
+}  // namespace kyv_internal

@@ -1,0 +1,29 @@
+#pragma once
+
+// What the command line says. Every command has the options that its line in the command table names; the others keep
+// their defaults.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "record_rows.h"
+#include "text_layout.h"
+
+namespace kyv_internal {
+
+struct CommandOptions {
+  std::string input = "-";
+  std::string output = "-";
+  std::string schema;
+  TextLayout text;
+  PrintForm form = PrintForm::kDelimited;
+  std::size_t threads = 1;
+  std::optional<std::uint64_t> maxErrors;  // bad rows after which a run stops
+  std::string rejects;                     // a file for bad rows as they stand; none when empty
+  bool quiet = false;
+  bool json = false;  // the summary as JSON
+};
+
+}  // namespace kyv_internal

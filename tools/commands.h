@@ -1,0 +1,14 @@
+#pragma once
+
+// The commands. Each is given what the command line says, tells what there is to tell, and returns the tool's exit
+// status; the command table is in command_line.cpp.
+
+#include "command_options.h"
+#include "exit_status.h"
+
+namespace kyv_internal {
+
+ExitStatus runConvert(const CommandOptions& options);
+ExitStatus runPrint(const CommandOptions& options);
+
+}  // namespace kyv_internal

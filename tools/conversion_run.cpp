@@ -1,0 +1,223 @@
+#include "conversion_run.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "bad_row_report.h"
+#include "block_pipeline.h"
+#include "complaint.h"
+#include "interrupt.h"
+#include "kyv/string_utility.h"
+#include "record_header.h"
+
+namespace kyv_internal {
+namespace {
+
+using DALVON::Kyv::strprintf;
+
+std::uint64_t lineFeeds(std::string_view text) {
+  return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+}  // namespace
+
+ConversionRun::ConversionRun(const CommandOptions& options, ConversionPlan plan)
+    : options_(options), plan_(std::move(plan)), badRows_(options) {}
+
+ExitStatus ConversionRun::run() {
+  if (!checkPaths()) return ExitStatus::kUsage;
+  catchInterrupts();
+  if (!open()) {
+    complain(error_);
+    return ExitStatus::kFiles;
+  }
+  if (plan_.rows == RowForm::kText && output_.isTerminal()) {
+    complain("records are not for a terminal's screen: name a file with -o, or redirect the output");
+    return ExitStatus::kUsage;
+  }
+  convertBlocks();
+  return finish();
+}
+
+bool ConversionRun::checkPaths() {
+  const char* problem = nullptr;
+  if (isSameFile(options_.input, options_.output)) problem = "the output would replace the input";
+  if (isSameFile(options_.input, options_.rejects)) problem = "the rejected rows would replace the input";
+  if (!options_.rejects.empty() && options_.rejects == options_.output) {
+    problem = "output and rejected rows have the same file";
+  }
+  if (problem != nullptr) complain(problem);
+  return problem == nullptr;
+}
+
+bool ConversionRun::open() {
+  if (!input_.open(options_.input, error_) || !output_.open(options_.output, error_) || !badRows_.open(error_)) {
+    return false;
+  }
+  reader_ = std::make_unique<BlockReader>(input_, *plan_.framing, plan_.mostRowBytes);
+  if (plan_.rows == RowForm::kText) reader_->dropByteOrderMark();
+  explainer_ = plan_.makeConverter();
+  progress_ = std::make_unique<ProgressBar>(options_.quiet ? Terminal::kNone : Terminal::kDetect, input_.size());
+  return true;
+}
+
+void ConversionRun::convertBlocks() {
+  std::vector<Slot> slots(options_.threads);
+  for (Slot& slot : slots) slot.converter = plan_.makeConverter();
+  if (!plan_.preamble.empty() && !writeOutput(plan_.preamble)) return;
+  runBlocks(slots.size(), {[&](std::size_t i) { return reader_->next(slots[i].block); },
+                           [&](std::size_t i) { convert(slots[i]); }, [&](std::size_t i) { return write(slots[i]); }});
+  if (reader_->failed() && error_.empty()) error_ = input_.error();
+}
+
+void ConversionRun::convert(Slot& slot) const {
+  const BlockKind kind = slot.block.kind;
+  const bool whole = kind == BlockKind::kRecords || (kind == BlockKind::kUnfinished && plan_.rows == RowForm::kText);
+  if (!whole) return;
+  const FirstLine firstLine = slot.block.index == 0 ? plan_.firstLine : FirstLine::kRow;
+  slot.converter->convert(slot.block.text(), firstLine, slot.converted);
+}
+
+// False ends the run.
+bool ConversionRun::write(Slot& slot) {
+  const Block& block = slot.block;
+  summary_.bytes = block.offset + block.text().size();
+  switch (block.kind) {
+    case BlockKind::kUnfinished:
+      if (plan_.rows == RowForm::kRecords) return refuseRecords(block);
+      [[fallthrough]];
+    case BlockKind::kRecords:
+      return writeRows(slot);
+    case BlockKind::kOversized:
+      return takeOversized(block);
+    case BlockKind::kMoreOversized:
+      lines_ += lineFeeds(block.text());
+      badRows_.keep(block.text());
+      return badRows_.flush(error_);
+    case BlockKind::kBroken:
+      return refuseRecords(block);
+  }
+  return false;
+}
+
+bool ConversionRun::writeRows(const Slot& slot) {
+  const ConvertedBlock& converted = slot.converted;
+  if (converted.headerBytes > 0) badRows_.setHeader(slot.block.text().substr(0, converted.headerBytes));
+  if (!converted.badRows.empty() && !takeBadRows(slot)) return false;
+  if (!writeOutput(converted.output.view())) return false;
+  summary_.read += converted.rows;
+  summary_.blankLines += converted.blankLines;
+  lines_ += converted.lines;
+  progress_->update(summary_.bytes, summary_.read);
+  return true;
+}
+
+bool ConversionRun::writeOutput(std::string_view bytes) { return output_.write(bytes, error_); }
+
+// False when the run ends within this block; what comes before its end is written then.
+bool ConversionRun::takeBadRows(const Slot& slot) {
+  progress_->hide();
+  for (const BadRow& row : slot.converted.badRows) {
+    takeBadRow(slot, row);
+    if (!badRows_.isFull()) continue;
+    summary_.read += row.row + std::uint64_t{1};
+    summary_.blankLines += row.blankLines;
+    if (badRows_.flush(error_)) writeOutput(slot.converted.output.view().substr(0, row.outputBytes));
+    return false;
+  }
+  return badRows_.flush(error_);
+}
+
+void ConversionRun::takeBadRow(const Slot& slot, const BadRow& row) {
+  badRows_.count();
+  if (badRows_.wantsReports()) reportBadRow(slot, row);
+  badRows_.keep(slot.block.text().substr(row.begin, row.size));
+}
+
+void ConversionRun::reportBadRow(const Slot& slot, const BadRow& row) {
+  const std::string_view text = slot.block.text().substr(row.begin, row.size);
+  const RowFault fault = explainer_->explain(text, summary_.read + row.row + 1);
+  if (plan_.rows == RowForm::kRecords) return reportFault(0, fault, {});
+  reportFault(lines_ + row.line + lineFeeds(text.substr(0, fault.fieldBegin)) + 1, fault, text);
+}
+
+bool ConversionRun::takeOversized(const Block& block) {
+  badRows_.count();
+  ++summary_.read;
+  progress_->hide();
+  RowFault fault;
+  fault.message = strprintf("record %llu: longer than %zu bytes, the most that a row may have",
+                            static_cast<unsigned long long>(summary_.read), plan_.mostRowBytes);
+  if (badRows_.wantsReports()) reportFault(lines_ + 1, fault, block.text());
+  lines_ += lineFeeds(block.text());
+  badRows_.keep(block.text());
+  return badRows_.flush(error_) && !badRows_.isFull();
+}
+
+void ConversionRun::reportFault(std::uint64_t line, const RowFault& fault, std::string_view row) const {
+  BadRowReport report;
+  report.file = input_.name();
+  report.line = line;
+  report.message = fault.message;
+  report.row = row;
+  if (fault.column >= 0) {
+    report.column = plan_.columns[static_cast<std::size_t>(fault.column)];
+    report.fieldBegin = fault.fieldBegin;
+    report.fieldEnd = fault.fieldEnd;
+  }
+  std::fputs(reportText(report).c_str(), stderr);
+}
+
+// What stands here is no record, so where the next one begins is unknown too.
+bool ConversionRun::refuseRecords(const Block& block) {
+  const unsigned long long record = summary_.read + 1;
+  const unsigned long long offset = block.offset;
+  const std::size_t there = block.text().size();
+  const bool torn = block.kind == BlockKind::kUnfinished;
+  const long long length = there < kRecordLengthBytes ? 0 : static_cast<long long>(recordLength(block.text().data()));
+  if (torn && length > 0) {
+    return fail(strprintf("the file ends within record %llu at byte %llu: %zu of %lld bytes are there", record, offset,
+                          there, length));
+  }
+  if (torn) return fail(strprintf("the file ends within the length of record %llu at byte %llu", record, offset));
+  return fail(strprintf("no record begins at byte %llu, where record %llu should: its length would be %lld bytes",
+                        offset, record, length));
+}
+
+bool ConversionRun::fail(const std::string& error) {
+  error_ = input_.name() + ": " + error;
+  return false;
+}
+
+ExitStatus ConversionRun::finish() {
+  progress_->hide();
+  const bool stopped = badRows_.isFull();
+  const bool wasInterrupted = interrupted() && reader_->failed();
+  if (output_.readerHasGone()) return ExitStatus::kOk;
+  const bool complete = error_.empty() && !stopped && !wasInterrupted;
+  if (!error_.empty() || (complete && !output_.commit(error_))) {
+    complain(error_);
+    return ExitStatus::kFiles;
+  }
+  summary_.rejected = badRows_.rows();
+  summary_.seconds = progress_->seconds();
+  tellSummary();
+  const std::string unwritten = output_.isTemporary() ? "; " + options_.output + " was not written" : "";
+  if (wasInterrupted) {
+    complain("interrupted" + unwritten);
+    return ExitStatus::kInterrupted;
+  }
+  if (stopped) complain("stopped by --max-errors" + unwritten);
+  return summary_.rejected > 0 ? ExitStatus::kBadRows : ExitStatus::kOk;
+}
+
+void ConversionRun::tellSummary() {
+  if (options_.json) {
+    std::fprintf(output_.isStandardOutput() ? stderr : stdout, "%s\n", summary_.json().c_str());
+  } else if (!options_.quiet) {
+    std::fprintf(stderr, "%s\n", summary_.text().c_str());
+  }
+}
+
+}  // namespace kyv_internal

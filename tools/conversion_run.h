@@ -1,0 +1,84 @@
+#pragma once
+
+// One run of a command that reads rows in one form and writes them in another: blocks of rows through as many threads
+// as asked for, with bad rows, progress, summary and exit status.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bad_row_log.h"
+#include "block_reader.h"
+#include "command_options.h"
+#include "exit_status.h"
+#include "framing.h"
+#include "input_file.h"
+#include "output_file.h"
+#include "progress_bar.h"
+#include "row_converter.h"
+#include "run_summary.h"
+
+namespace kyv_internal {
+
+// A row longer than this is a bad row, so that a quote that is never closed cannot fill the memory.
+inline constexpr std::size_t kMostTextRowBytes = std::size_t{1} << 20;
+
+enum class RowForm { kText, kRecords };
+
+struct ConversionPlan {
+  RowForm rows = RowForm::kText;  // of the input
+  FirstLine firstLine = FirstLine::kRow;
+  std::unique_ptr<Framing> framing;
+  std::size_t mostRowBytes = kMostTextRowBytes;
+  std::function<std::unique_ptr<RowConverter>()> makeConverter;
+  std::vector<std::string> columns;  // their names
+  std::string preamble;              // written before all rows
+};
+
+class ConversionRun {
+ public:
+  // The options must outlive the run.
+  ConversionRun(const CommandOptions& options, ConversionPlan plan);
+
+  ExitStatus run();
+
+ private:
+  struct Slot {
+    Block block;
+    ConvertedBlock converted;
+    std::unique_ptr<RowConverter> converter;
+  };
+
+  bool open();
+  bool checkPaths();
+  void convertBlocks();
+  void convert(Slot& slot) const;
+  bool write(Slot& slot);
+  bool writeRows(const Slot& slot);
+  bool writeOutput(std::string_view bytes);
+  bool takeBadRows(const Slot& slot);
+  void takeBadRow(const Slot& slot, const BadRow& row);
+  bool takeOversized(const Block& block);
+  bool refuseRecords(const Block& block);
+  void reportBadRow(const Slot& slot, const BadRow& row);
+  void reportFault(std::uint64_t line, const RowFault& fault, std::string_view row) const;
+  bool fail(const std::string& error);
+  ExitStatus finish();
+  void tellSummary();
+
+  const CommandOptions& options_;
+  ConversionPlan plan_;
+  InputFile input_;
+  OutputFile output_;
+  BadRowLog badRows_;
+  std::unique_ptr<BlockReader> reader_;
+  std::unique_ptr<RowConverter> explainer_;
+  std::unique_ptr<ProgressBar> progress_;
+  RunSummary summary_;
+  std::uint64_t lines_ = 0;  // before the block that is written
+  std::string error_;        // why the run failed
+};
+
+}  // namespace kyv_internal

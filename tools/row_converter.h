@@ -1,0 +1,84 @@
+#pragma once
+
+// Turns blocks of rows into another form, text lines into records or back, and remembers which rows would not go. Why a
+// row would not is found out by a second attempt, once it is known which number the row has and whether anybody wants
+// to hear it; so a block in which every row is bad costs no more than a good one.
+//
+// Threads: not locked; each thread has a converter of its own.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kyv/byte_buffer.h"
+#include "kyv/connection_errors.h"
+
+namespace kyv_internal {
+
+// Where in its block a row lies that could not be converted. Small, because a block may hold nothing but such rows.
+struct BadRow {
+  std::uint32_t row = 0;         // rows before it
+  std::uint32_t line = 0;        // lines before it
+  std::uint32_t blankLines = 0;  // of these
+  std::uint32_t begin = 0;       // its text in the block, line end included
+  std::uint32_t size = 0;
+  std::uint64_t outputBytes = 0;  // what the rows before it became
+};
+
+struct ConvertedBlock {
+  kyv::ByteBuffer output;
+  std::vector<BadRow> badRows;
+  std::uint32_t rows = 0;
+  std::uint32_t blankLines = 0;  // skipped: they are no rows
+  std::uint32_t lines = 0;
+  std::size_t headerBytes = 0;
+
+  // Keeps the memory.
+  void clear();
+};
+
+// Why a row could not be converted.
+struct RowFault {
+  std::string message;
+  int column = -1;             // the column whose text is to blame, if one is
+  std::size_t fieldBegin = 0;  // that field in the row's text
+  std::size_t fieldEnd = 0;
+};
+
+enum class FirstLine { kRow, kHeader };
+
+class RowConverter {
+ public:
+  RowConverter() = default;
+  RowConverter(const RowConverter&) = delete;
+  RowConverter& operator=(const RowConverter&) = delete;
+  virtual ~RowConverter() = default;
+
+  // Converts the rows of a text that begins and ends where rows do, of less than 4 GiB. `out` is cleared first.
+  void convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out);
+
+  // Converts one row again, which failed, as row number `recordNo`.
+  virtual RowFault explain(std::string_view row, unsigned long recordNo) = 0;
+
+ protected:
+  // The extent of the row at the start of a text that is not empty.
+  struct Extent {
+    std::size_t size = 0;  // line end included
+    std::size_t lines = 0;
+  };
+  virtual Extent readRow(std::string_view text) = 0;
+  // Converts the row that was read last. False, with a message in `errors_`, leaves `out` as it was.
+  virtual bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) = 0;
+  virtual bool skipsBlankLines() const = 0;
+
+  RowFault lastFault(int column);
+
+  ConnectionErrors errors_;
+
+ private:
+  void convertRow(std::string_view row, std::size_t begin, ConvertedBlock& out);
+};
+
+}  // namespace kyv_internal
