@@ -138,6 +138,16 @@ void addReporting(CLI::App& app, CommandOptions& options) {
 
 // --- The commands ---
 
+void addInferOptions(CLI::App& app, CommandOptions& options) {
+  addInput(app, options, "DATA.csv", "Delimited text; - is standard input");
+  addOutput(app, options);
+  addHeaders(app, options);
+  addQuoted(app, options);
+  addSeparator(app, options);
+  addDateFormats(app, options);
+  addQuiet(app, options);
+}
+
 void addConvertOptions(CLI::App& app, CommandOptions& options) {
   addInput(app, options, "DATA.csv", "Delimited text; - is standard input");
   addSchema(app, options);
@@ -167,6 +177,10 @@ void addPrintOptions(CLI::App& app, CommandOptions& options) {
 }
 
 constexpr std::array kCommands = {
+    Command{"infer", "Guess a schema from all rows of delimited text",
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv\n",
+            addInferOptions, runInfer},
     Command{"convert", "Turn delimited text into records",
             "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
             "  kyv infer people.csv > people.json\n"

@@ -8,6 +8,7 @@
 
 namespace kyv_internal {
 
+ExitStatus runInfer(const CommandOptions& options);
 ExitStatus runConvert(const CommandOptions& options);
 ExitStatus runPrint(const CommandOptions& options);
 
