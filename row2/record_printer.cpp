@@ -133,16 +133,18 @@ JsonForm jsonFormOf(Kind kind) {
 }
 
 void appendJsonText(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
-  ByteBuffer text;
   if (column.kind() == Kind::String) {
     return kyv_internal::appendJsonString(kyv_internal::packedString(column.value), out);
   }
   if (column.kind() == Kind::Binary) {
-    appendHex(column, text);
-  } else {
-    appendValue(column, formats, text);
+    out.append('"');
+    appendHex(column, out);
+    return out.append('"');
   }
-  kyv_internal::appendJsonString(text.view(), out);
+  char text[kyv_internal::kMaxValueText];
+  const std::size_t length =
+      kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Exact, text);
+  kyv_internal::appendJsonString({text, length}, out);
 }
 
 // JSON has no number that is infinite or none.
