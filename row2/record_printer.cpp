@@ -133,18 +133,16 @@ JsonForm jsonFormOf(Kind kind) {
 }
 
 void appendJsonText(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
+  ByteBuffer text;
   if (column.kind() == Kind::String) {
     return kyv_internal::appendJsonString(kyv_internal::packedString(column.value), out);
   }
   if (column.kind() == Kind::Binary) {
-    out.append('"');
-    appendHex(column, out);
-    return out.append('"');
+    appendHex(column, text);
+  } else {
+    appendValue(column, formats, text);
   }
-  char text[kyv_internal::kMaxValueText];
-  const std::size_t length =
-      kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Exact, text);
-  kyv_internal::appendJsonString({text, length}, out);
+  kyv_internal::appendJsonString(text.view(), out);
 }
 
 // JSON has no number that is infinite or none.
@@ -213,9 +211,10 @@ bool RecordPrinter::appendDelimited(const void* record, unsigned long recordNo, 
   char letter;
   if (!kyv_internal::printOperation(letter, reader.opcode(), recordNo, errors)) return false;
   if (parts_->withService) {
-    const char service[] = {parts_->separator, letter, parts_->separator};
     parts_->delimited.text.append(parts_->streamName, out);
-    out.append({service, sizeof service});
+    out.append({&parts_->separator, 1});
+    parts_->delimited.text.append({&letter, 1}, out);
+    out.append({&parts_->separator, 1});
   }
   parts_->appendDelimitedColumns(reader, out);
   out.append('\n');

@@ -86,6 +86,8 @@ TEST(RecordPrinter, TellsStreamAndOperationWhenAsked) {
   for (RecordPrinter* p : {&printer, &bare}) p->setWithService(true);
   printer.setSeparator(';');
   EXPECT_EQ(printed(printer, &RecordPrinter::appendDelimited, record), "> Trades;d;7;\n");
+  printer.setSeparator('d');
+  EXPECT_EQ(printed(printer, &RecordPrinter::appendDelimited, record), "> \"Trades\"d\"d\"d7d\n");
   EXPECT_EQ(printed(printer, &RecordPrinter::appendJson, record),
             "> {\"stream\":\"Trades\",\"op\":\"d\",\"flags\":\"s\",\"A\":7,\"B\":null}\n");
   const std::string none = HandRecord{1, 5, 0, 0, {24}, ""}.bytes();
