@@ -16,38 +16,36 @@ struct OperationLetter {
   char letter;
 };
 
-// Letters are looked up from the front, so that "d" reads as the first delete.
-constexpr std::array<OperationLetter, 5> kLetters{{{StreamInterface::Insert, 'i'},
+// Letters are looked up from the front, so that "d" reads as the first delete. The usual operation stands first.
+constexpr std::array<OperationLetter, 5> kLetters{{{StreamInterface::Upsert, 'p'},
+                                                   {StreamInterface::Insert, 'i'},
                                                    {StreamInterface::Update, 'u'},
                                                    {StreamInterface::Delete, 'd'},
-                                                   {StreamInterface::Upsert, 'p'},
                                                    {StreamInterface::SecondDelete, 'd'}}};
 
 constexpr char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
+const OperationLetter* rowOfLetter(char letter) {
+  const auto* const found = std::find_if(kLetters.begin(), kLetters.end(), [letter](const OperationLetter& row) {
+    return row.letter == lowerCase(letter);
+  });
+  return found != kLetters.end() ? found : nullptr;
+}
+
+const OperationLetter* rowOfOperation(int operation) {
+  const auto* const found = std::find_if(
+      kLetters.begin(), kLetters.end(), [operation](const OperationLetter& row) { return row.operation == operation; });
+  return found != kLetters.end() ? found : nullptr;
+}
+
 }  // namespace
-
-std::optional<StreamInterface::StreamOperations> operationOf(char letter) {
-  const auto found = std::find_if(kLetters.begin(), kLetters.end(),
-                                  [letter](const OperationLetter& row) { return row.letter == lowerCase(letter); });
-  if (found == kLetters.end()) return std::nullopt;
-  return found->operation;
-}
-
-std::optional<char> letterOf(int operation) {
-  const auto found = std::find_if(kLetters.begin(), kLetters.end(),
-                                  [operation](const OperationLetter& row) { return row.operation == operation; });
-  if (found == kLetters.end()) return std::nullopt;
-  return found->letter;
-}
 
 char shown(char c) { return c >= ' ' && c <= '~' ? c : '?'; }
 
 bool parseOperation(StreamInterface::StreamOperations& out, char letter, unsigned long recordNo,
                     ConnectionErrors& errors) {
-  const auto operation = operationOf(letter);
-  if (operation) {
-    out = *operation;
+  if (const OperationLetter* const row = rowOfLetter(letter)) {
+    out = row->operation;
     return true;
   }
   errors.addGeneral(strprintf("record %lu: unknown operation '%c', not i/u/d/p", recordNo, shown(letter)));
@@ -55,9 +53,8 @@ bool parseOperation(StreamInterface::StreamOperations& out, char letter, unsigne
 }
 
 bool printOperation(char& out, int operation, unsigned long recordNo, ConnectionErrors& errors) {
-  const auto letter = letterOf(operation);
-  if (letter) {
-    out = *letter;
+  if (const OperationLetter* const row = rowOfOperation(operation)) {
+    out = row->letter;
     return true;
   }
   errors.addGeneral(

@@ -2,24 +2,17 @@
 
 // The letters of the operations, and the conversions' common refusals.
 
-#include <optional>
-
 #include "kyv/connection_row.h"
 
 namespace kyv_internal {
 
 inline constexpr char kShineLetter = 's';
 
-// i, u, d or p in either case.
-std::optional<StreamInterface::StreamOperations> operationOf(char letter);
-
-// The letter of an operation code; both deletes print as d.
-std::optional<char> letterOf(int operation);
-
 // A character as messages show it: itself if printable, else "?".
 char shown(char c);
 
-// The same conversions with the message of a failure.
+// The operation of a letter: i, u, d or p in either case; and the letter of an operation: both deletes print as d.
+// Otherwise false with a message, `out` unchanged.
 bool parseOperation(StreamInterface::StreamOperations& out, char letter, unsigned long recordNo,
                     ConnectionErrors& errors);
 bool printOperation(char& out, int operation, unsigned long recordNo, ConnectionErrors& errors);

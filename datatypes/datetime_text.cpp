@@ -9,6 +9,7 @@
 #include <new>
 
 #include "datatypes/civil_time.h"
+#include "datatypes/digit_block.h"
 #include "datatypes/two_digits.h"
 #include "kyv/data_value.h"
 #include "services/malloc_ptr.h"
@@ -98,20 +99,15 @@ Parsed<std::int64_t> readCount(std::string_view text, const SecondsMessages& mes
 // The fraction of a text that ends as most do: a point and exactly `digits` digits. Below zero for any other text.
 template <std::size_t digits>
 int usualFraction(std::string_view text) {
-  if (text.size() <= digits || text[text.size() - digits - 1] != '.') return -1;
-  const char* const from = text.data() + text.size() - digits;
-  int value = 0;
-  bool good = true;
-  for (std::size_t i = 0; i < digits; ++i) {
-    good &= isDigit(from[i]);
-    value = 10 * value + (from[i] - '0');
-  }
-  return good ? value : -1;
+  constexpr DigitBlock kFraction = ~DigitBlock{0} << 8 * (kBlockDigits - digits);
+  if (text.size() < kBlockDigits || text[text.size() - digits - 1] != '.') return -1;
+  const DigitBlock fraction = loadDigits(text.data() + text.size() - kBlockDigits) & kFraction;
+  return faultsOf(fraction) == 0 ? static_cast<int>(blockValue(fraction)) : -1;
 }
 
 Parsed<std::int64_t> readCalendar(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {
-  const std::optional<std::int64_t> seconds = format.parse(text);
-  return seconds ? Parsed<std::int64_t>{*seconds} : Parsed<std::int64_t>::failure(messages.noMatch);
+  std::int64_t seconds = 0;
+  return format.parse(text, seconds) ? Parsed<std::int64_t>{seconds} : Parsed<std::int64_t>::failure(messages.noMatch);
 }
 
 Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {

@@ -10,21 +10,10 @@ namespace kyv_internal {
 
 namespace {
 
-// Eight characters are looked at together. In `pattern ^ text` a literal that matches is 0 and a digit is its value;
-// adding the slack sets the top bit of every other byte.
-using Word = std::uint64_t;
-constexpr std::size_t kWord = sizeof(Word);
-constexpr Word kTopBits = 0x8080808080808080;
 constexpr unsigned char kDigitSlack = 0x80 - 10;
 constexpr unsigned char kLiteralSlack = 0x80 - 1;
 
-Word loadWord(const void* from) {
-  Word word;
-  std::memcpy(&word, from, kWord);
-  return word;
-}
-
-constexpr unsigned char kDefaultDigits[kWord] = {1, 9, 7, 0, 0, 1, 0, 0};
+constexpr unsigned char kDefaultDigits[] = {1, 9, 7, 0, 0, 1, 0, 0};
 
 int twoDigits(const unsigned char* digits) { return 10 * digits[0] + digits[1]; }
 
@@ -39,6 +28,7 @@ std::optional<FixedTimeLayout> FixedTimeLayout::of(std::span<const Step> steps) 
   FixedTimeLayout layout;
   for (const Step& step : steps)
     if (!layout.addStep(step)) return std::nullopt;
+  layout.isUsual_ = layout.length_ == kUsualLength && layout.offsets_ == kUsualOffsets;
   return layout;
 }
 
@@ -81,7 +71,6 @@ bool FixedTimeLayout::addLiteral(char literal) {
 }
 
 bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
-  if (text.size() != length_) return false;
   std::array<char, kWord> padded;  // a text shorter than a word, and what the pattern has behind it
   const char* from = text.data();
   if (length_ < kWord) {
@@ -91,9 +80,8 @@ bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
   const std::size_t last = std::max(length_, kWord) - kWord;
   Word wrong = 0;
   const auto matchWord = [&](std::size_t at) {
-    const Word difference = loadWord(&pattern_[at]) ^ loadWord(from + at);
-    wrong |= difference | (difference + loadWord(&slack_[at]));
-    std::memcpy(&digits[at], &difference, kWord);
+    const Word values = valuesAt(at, from, wrong);
+    std::memcpy(&digits[at], &values, kWord);
   };
   // The words of a text, which overlap as its length wants it.
   matchWord(0);
@@ -109,17 +97,18 @@ int FixedTimeLayout::year(int century, int yearOfCentury) const {
   return 100 * (alone && yearOfCentury < 69 ? 20 : century) + yearOfCentury;
 }
 
-std::optional<std::int64_t> FixedTimeLayout::parse(std::string_view text) const {
+bool FixedTimeLayout::parseAny(std::string_view text, std::int64_t& seconds) const {
   Digits digits;
-  std::memcpy(&digits[kMaxLength], kDefaultDigits, kWord);
-  if (!match(text, digits)) return std::nullopt;
+  std::memcpy(&digits[kMaxLength], kDefaultDigits, sizeof kDefaultDigits);
+  if (!match(text, digits)) return false;
   const auto field = [&](Field which) { return twoDigits(&digits[offsets_[which]]); };
   const int month = field(kMonth), day = field(kDay), hour = field(kHour), minute = field(kMinute),
             second = field(kSecond);
   // 30 February and second 61 are counted on, as everywhere.
-  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 61) return std::nullopt;
-  return daysFromCivil(year(field(kCentury), field(kYear)), month, day) * kSecondsPerDay + std::int64_t{3600} * hour +
-         std::int64_t{60} * minute + second;
+  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 61) return false;
+  seconds = daysFromCivil(year(field(kCentury), field(kYear)), month, day) * kSecondsPerDay +
+            std::int64_t{3600} * hour + std::int64_t{60} * minute + second;
+  return true;
 }
 
 std::size_t FixedTimeLayout::print(std::int64_t seconds, char* out) const {

@@ -6,10 +6,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string_view>
 
+#include "datatypes/civil_time.h"
 #include "datatypes/percent_steps.h"
 
 namespace kyv_internal {
@@ -19,8 +21,11 @@ class FixedTimeLayout {
   // The layout of a format that consists of literals and of %Y or %y, %m, %d, %H, %M and %S, each at most once.
   static std::optional<FixedTimeLayout> of(std::span<const Step> steps);
 
-  // Seconds of a text of exactly this shape; nothing for another one and for fields out of their ranges.
-  std::optional<std::int64_t> parse(std::string_view text) const;
+  // Seconds of a text of exactly this shape; false for another one and for fields out of their ranges.
+  [[nodiscard]] bool parse(std::string_view text, std::int64_t& seconds) const {
+    if (text.size() != length_) return false;
+    return isUsual_ ? parseUsual(text.data(), seconds) : parseAny(text, seconds);
+  }
 
   // Returns the number of characters, 0 when the year has not four digits. `out` has room for kPrintRoom characters;
   // those behind the text may be overwritten.
@@ -40,17 +45,71 @@ class FixedTimeLayout {
   static constexpr std::uint8_t kNoDate = kNoYear + 2;
   static constexpr std::uint8_t kNoClock = kNoDate + 2;
 
+  using Offsets = std::array<std::uint8_t, kFields>;
+
+  // Eight characters are looked at together. In `pattern ^ text` a literal that matches is 0 and a digit is its value;
+  // adding the slack sets the top bit of every other byte.
+  using Word = std::uint64_t;
+  static constexpr std::size_t kWord = sizeof(Word);
+  static constexpr Word kTopBits = 0x8080808080808080;
+
+  // The layout of nearly all texts, "YYYY?MM?DD?HH?MM?SS" with any characters between, lies in these words.
+  static constexpr std::size_t kUsualLength = 19;
+  static constexpr Offsets kUsualOffsets{0, 2, 5, 8, 11, 14, 17};
+  static constexpr std::size_t kYearAndMonth = 0;  // "YYYY?MM?"
+  static constexpr std::size_t kDayAndHour = 8;    // "DD?HH?MM"
+  static constexpr std::size_t kClock = 11;        // "HH?MM?SS"
+
   FixedTimeLayout();
   bool addStep(const Step& step);
   bool addField(Field field);
   bool addLiteral(char literal);
   bool match(std::string_view text, Digits& digits) const;
   int year(int century, int yearOfCentury) const;
+  // Both take a text of the layout's length.
+  bool parseUsual(const char* text, std::int64_t& seconds) const;
+  bool parseAny(std::string_view text, std::int64_t& seconds) const;
+
+  static Word load(const void* from) {
+    Word word;
+    std::memcpy(&word, from, kWord);
+    return word;
+  }
+
+  // The values of eight characters; their faults go into the top bits of `wrong`.
+  Word valuesAt(std::size_t at, const char* text, Word& wrong) const {
+    const Word values = load(&pattern_[at]) ^ load(text + at);
+    wrong |= values | (values + load(&slack_[at]));
+    return values;
+  }
 
   std::array<char, kMaxLength> pattern_;         // a text with 0 for every digit
   std::array<unsigned char, kMaxLength> slack_;  // what a byte of pattern ^ text must stay below, see match()
   std::size_t length_ = 0;
-  std::array<std::uint8_t, kFields> offsets_{kNoCentury, kNoYear, kNoDate, kNoDate, kNoClock, kNoClock, kNoClock};
+  Offsets offsets_{kNoCentury, kNoYear, kNoDate, kNoDate, kNoClock, kNoClock, kNoClock};
+  bool isUsual_ = false;
 };
+
+// The same as parseAny without going through memory: each word's fields are numbers of two digits at known bytes.
+inline bool FixedTimeLayout::parseUsual(const char* text, std::int64_t& seconds) const {
+  Word wrong = 0;
+  const auto pairsAt = [&](std::size_t at) {  // 10 times each character and the next one
+    const Word values = valuesAt(at, text, wrong);
+    return values * 10 + (values >> 8);
+  };
+  const Word yearAndMonth = pairsAt(kYearAndMonth);
+  const Word dayAndHour = pairsAt(kDayAndHour);
+  const Word clock = pairsAt(kClock) & 0x00FF'0000'FF00'00FF;
+  const auto number = [](Word pairs, unsigned int byte) { return static_cast<unsigned int>(pairs >> 8 * byte & 0xFF); };
+  const unsigned int month = number(yearAndMonth, 5);
+  const unsigned int day = number(dayAndHour, 0);
+  constexpr Word kAboveClock = Word{128 - 62} << 48 | Word{128 - 60} << 24 | Word{128 - 24};  // second, minute, hour
+  wrong |= clock + kAboveClock;
+  if ((wrong & kTopBits) != 0 || month - 1 > 11 || day - 1 > 30) return false;
+  const std::int64_t year = 100 * number(yearAndMonth, 0) + number(yearAndMonth, 2);
+  seconds = daysFromCivil(year, static_cast<int>(month), day) * kSecondsPerDay + 3600 * number(clock, 0) +
+            60 * number(clock, 3) + number(clock, 6);
+  return true;
+}
 
 }  // namespace kyv_internal

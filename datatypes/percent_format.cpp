@@ -15,10 +15,10 @@ static_assert(FixedTimeLayout::kPrintRoom <= kMaxFormattedText);
 PercentFormat::PercentFormat(std::string_view format)
     : steps_(format), layout_(FixedTimeLayout::of(steps_.steps())), isSeconds_(format == "%s") {}
 
-std::optional<std::int64_t> PercentFormat::parseSteps(std::string_view text) const {
+bool PercentFormat::parseSteps(std::string_view text, std::int64_t& seconds) const {
   const std::optional<std::tm> fields = parseFields(text);
-  if (!fields) return std::nullopt;
-  return secondsOf(*fields);
+  if (fields) seconds = secondsOf(*fields);
+  return fields.has_value();
 }
 
 std::optional<std::tm> PercentFormat::parseFields(std::string_view text) const {

@@ -29,12 +29,9 @@ class PercentFormat {
   bool isFixedLayout() const { return layout_.has_value(); }
 
   // Seconds since 1970-01-01 00:00:00 UTC of a text that matches to its end (white space may be left over). Fields that
-  // the format does not name stay at 1970-01-01 00:00:00. A "%s" reads digits without a sign.
-  std::optional<std::int64_t> parse(std::string_view text) const {
-    if (layout_) {
-      if (const std::optional<std::int64_t> seconds = layout_->parse(text)) return seconds;
-    }
-    return parseSteps(text);
+  // the format does not name stay at 1970-01-01 00:00:00. A "%s" reads digits without a sign. False without a match.
+  [[nodiscard]] bool parse(std::string_view text, std::int64_t& seconds) const {
+    return (layout_ && layout_->parse(text, seconds)) || parseSteps(text, seconds);
   }
 
   // The same as broken-down time, with the fields as they were read: 30 February is not put right.
@@ -46,7 +43,7 @@ class PercentFormat {
   std::size_t print(std::int64_t seconds, char* out) const;
 
  private:
-  std::optional<std::int64_t> parseSteps(std::string_view text) const;
+  bool parseSteps(std::string_view text, std::int64_t& seconds) const;
 
   PercentSteps steps_;
   std::optional<FixedTimeLayout> layout_;

@@ -103,6 +103,30 @@ TEST(DatetimeText, ReadsValuesOrSaysWhyNot) {
   }
 }
 
+// A blank behind the text changes nothing but the way that is taken.
+TEST(DatetimeText, ReadsUsualFractionsLikeAllOthers) {
+  const PercentFormat format(kUsual);
+  const auto expectSame = [&](Parse parse, std::string text) {
+    const Parsed<std::int64_t> quick = parse(text, format);
+    const Parsed<std::int64_t> careful = parse(text + '\t', format);
+    EXPECT_STREQ(quick.error, careful.error) << text;
+    if (!quick.error && !careful.error) {
+      EXPECT_EQ(quick.value, careful.value) << text;
+    }
+  };
+  constexpr std::size_t kPoint = 19;
+  for (std::string text = "2009-02-13 23:31:30.123456"; text.size() > kPoint; text.pop_back()) {
+    for (std::size_t at = kPoint; at < text.size(); ++at) {
+      for (int c = 0; c < 256; ++c) {
+        std::string changed = text;
+        changed[at] = static_cast<char>(c);
+        expectSame(parseTimestamp, changed);
+        expectSame(parseBigDateTime, changed);
+      }
+    }
+  }
+}
+
 std::string printed(std::size_t (*print)(std::int64_t, const PercentFormat&, ZeroFraction, char*), std::int64_t value,
                     const std::string& format, ZeroFraction zero) {
   std::array<char, kMaxFormattedText> out;
