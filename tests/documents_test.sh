@@ -16,9 +16,9 @@ for document in "${documents[@]}"; do
   done < <(grep -oE '\]\([^)#:][^):]*\)' "$document" | sed 's/^](//; s/)$//')
 done
 
+# shellcheck disable=SC2016 # backquotes as Markdown has them
 while read -r test; do
   grep -rqE "^TEST(_F|_P)?\(${test%.*}, ${test#*.}\)" tests --include='*_test.cpp' ||
     report "docs/required_oddities.md names the test $test, which is not there"
-# shellcheck disable=SC2016 # backquotes as Markdown has them
 done < <(grep -oE '`[A-Z][A-Za-z0-9]+\.[A-Z][A-Za-z0-9]+`' docs/required_oddities.md | tr -d '`')
 exit $missing
