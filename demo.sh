@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Builds the tool and shows its main job on real data: text to binary records, and records back to text.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+exec </dev/null
+source scripts/step.sh
+
+scripts/install_packages.sh build
+step "Configuring" cmake --preset release -B build/demo -DBUILD_TESTING=OFF
+step "Building the library and the tool" cmake --build build/demo
+
+PATH=$PWD/build/demo/tools:$PATH
+data=$PWD/examples/data
+mkdir -p build/demo/data
+cd build/demo/data
+
+# A file's text with the line ends that kyv writes: a line feed each, after the last line too.
+# shellcheck disable=SC1003 # the backslash is sed's
+with_line_feeds() { sed -e 's/\r$//' -e '$a\' "$1"; }
+
+printf '\nReal data to records and back (kyv infer, kyv convert, kyv print)\n'
+for file in airports birdstrikes seattle-weather-hourly-normals; do
+  kyv infer "$data/$file.csv" >$file.json
+  kyv convert --schema $file.json "$data/$file.csv" -o $file.rows 2>$file.log
+  kyv print --schema $file.json --header $file.rows -o $file.csv --quiet
+  printf '  %-35s %s\n' $file.csv "$(tail -n 1 $file.log | cut -d '(' -f 1)"
+  cmp <(with_line_feeds "$data/$file.csv") $file.csv
+done
+echo '  Printed from the records, each text is the same as before.'
+
+file=seattle-weather-hourly-normals
+row() { sed -n 2p "$data/$file.csv"; }
+types=$(sed -n 's/.*"name": "\([^"]*\)", "type": "\([^"]*\)".*/\1 \2/p' $file.json)
+{ head -n 1 "$data/$file.csv"; row; } >rows.csv
+kyv convert --schema $file.json rows.csv -o one.rows --quiet
+printf '\nOne row of it\n'
+printf '  as text     %s\n' "$(row)"
+printf '  as guessed  %s\n' "${types//$'\n'/, }"
+od -A n -t x1 -v one.rows | sed '1s/^/  as record  /; 2,$s/^/             /'
+printf '  as JSON     %s\n' "$(kyv print --schema $file.json --format json one.rows --quiet)"
+
+row | sed 's/4[.]0/4.O/' >>rows.csv
+printf '\nWhat does not fit is reported, and stops no other row\n'
+kyv convert --schema $file.json rows.csv -o some.rows 2>&1 | sed 's/^/  /' || [ $? -eq 1 ]
+
+printf '\nSchemas, records and texts are in build/demo/data; "build/demo/tools/kyv --help" says more.\n'
