@@ -182,6 +182,7 @@ TEST_F(Tool, GivesRealFilesBack) {
     const Outcome outcome = run("set -e; kyv infer " + data + " >s.json; kyv convert -s s.json " + data +
                                 " --threads 2 | kyv print -s s.json --header -");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(read(path("s.json")), read(kyv_test::kDataDir + std::string("/") + name + ".json"));
     // Lines end in a line feed alone, the last one too; all else comes back to the letter.
     std::string expected = read(data);
     expected.erase(std::remove(expected.begin(), expected.end(), '\r'), expected.end());
