@@ -40,15 +40,27 @@ ExitStatus ConversionRun::run() {
   return finish();
 }
 
-bool ConversionRun::checkPaths() {
-  const char* problem = nullptr;
-  if (isSameFile(options_.input, options_.output)) problem = "the output would replace the input";
-  if (isSameFile(options_.input, options_.rejects)) problem = "the rejected rows would replace the input";
-  if (!options_.rejects.empty() && options_.rejects == options_.output) {
-    problem = "output and rejected rows have the same file";
+// False, with a message, when one file would have to be two things at once.
+bool ConversionRun::checkPaths() const {
+  const std::string& output = options_.output;
+  const std::string& rejects = options_.rejects;
+  const struct {
+    bool applies;
+    const char* problem;
+  } clashes[] = {
+      {options_.schema == "-" && options_.input == "-", "schema and rows cannot both come from standard input"},
+      {isSameFile(options_.input, output), "the output would replace the input"},
+      {isSameFile(options_.schema, output), "the output would replace the schema"},
+      {isSameFile(options_.input, rejects), "the rejected rows would replace the input"},
+      {isSameFile(options_.schema, rejects), "the rejected rows would replace the schema"},
+      {!rejects.empty() && rejects == output, "output and rejected rows have the same file"},
+  };
+  for (const auto& clash : clashes) {
+    if (!clash.applies) continue;
+    complain(clash.problem);
+    return false;
   }
-  if (problem != nullptr) complain(problem);
-  return problem == nullptr;
+  return true;
 }
 
 bool ConversionRun::open() {

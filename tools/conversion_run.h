@@ -52,7 +52,7 @@ class ConversionRun {
   };
 
   bool open();
-  bool checkPaths();
+  bool checkPaths() const;
   void convertBlocks();
   void convert(Slot& slot) const;
   bool write(Slot& slot);

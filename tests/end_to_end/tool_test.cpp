@@ -106,6 +106,9 @@ TEST_F(Tool, AnswersWrongUseWithOneLine) {
       {"convert -s people.json people.csv -o ./people.csv", "the output would replace the input"},
       {"convert -s people.json people.csv --rejects ./people.csv", "the rejected rows would replace the input"},
       {"convert -s people.json people.csv -o x --rejects x", "output and rejected rows have the same file"},
+      {"convert -s people.json people.csv -o ./people.json", "the output would replace the schema"},
+      {"convert -s people.json people.csv -o x --rejects ./people.json", "the rejected rows would replace the schema"},
+      {"convert -s - - <people.json", "schema and rows cannot both come from standard input"},
       {"infer people.csv -o people.csv", "the output would replace the input"},
   };
   for (const auto& row : kCases) {
@@ -115,6 +118,7 @@ TEST_F(Tool, AnswersWrongUseWithOneLine) {
     EXPECT_EQ(outcome.out, "") << row.arguments;
   }
   EXPECT_EQ(read(path("people.csv")), kPeople);
+  EXPECT_EQ(read(path("people.json")), kPeopleSchema);
 }
 
 TEST_F(Tool, AnswersBrokenFilesWithOneLine) {
