@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 
@@ -11,6 +12,7 @@
 #include "interrupt.h"
 #include "output_file.h"
 #include "progress_bar.h"
+#include "run_summary.h"
 #include "schema_file.h"
 #include "text_guess.h"
 
@@ -31,7 +33,7 @@ void addBlock(TextGuess& guess, const Block& block) {
 
 // Reads all lines. Nothing, with a message unless the run was interrupted, when the input cannot be read to its end or
 // holds no rows.
-std::optional<TextGuess::Result> guessFrom(const CommandOptions& options, std::string& error) {
+std::optional<TextGuess::Result> guessFrom(const CommandOptions& options, RunSummary& summary, std::string& error) {
   InputFile input;
   if (!input.open(options.input, error)) return std::nullopt;
   LineFraming framing;
@@ -43,8 +45,10 @@ std::optional<TextGuess::Result> guessFrom(const CommandOptions& options, std::s
   while (reader.next(block)) {
     if (!guess) guess.emplace(options.text, block.text());
     addBlock(*guess, block);
+    summary.bytes = block.offset + block.text().size();
     progress.update(block.offset, guess->rows());
   }
+  summary.seconds = progress.seconds();
   error = input.error();
   if (reader.failed()) return std::nullopt;
   std::optional<TextGuess::Result> result;
@@ -63,6 +67,13 @@ void tellNotes(const CommandOptions& options, const TextGuess::Result& result) {
   }
 }
 
+void tellSummary(const CommandOptions& options, const TextGuess::Result& result, RunSummary& summary) {
+  if (options.quiet) return;
+  summary.rejected = result.badRows;
+  summary.read = result.schema.rows.value_or(0) + result.badRows;
+  std::fprintf(stderr, "%s\n", summary.text().c_str());
+}
+
 bool writeSchema(const CommandOptions& options, const SchemaFile& schema, std::string& error) {
   OutputFile output;
   return output.open(options.output, error) && output.write(schemaText(schema), error) && output.commit(error);
@@ -78,7 +89,8 @@ ExitStatus runInfer(const CommandOptions& options) {
   }
   catchInterrupts();
   std::string error;
-  std::optional<TextGuess::Result> result = guessFrom(options, error);
+  RunSummary summary;
+  std::optional<TextGuess::Result> result = guessFrom(options, summary, error);
   if (!result && interrupted()) {
     complain("interrupted");
     return ExitStatus::kInterrupted;
@@ -92,6 +104,7 @@ ExitStatus runInfer(const CommandOptions& options) {
     complain(error);
     return ExitStatus::kFiles;
   }
+  tellSummary(options, *result, summary);
   return result->badRows > 0 ? ExitStatus::kBadRows : ExitStatus::kOk;
 }
 

@@ -221,6 +221,17 @@ TEST_F(Tool, SaysWhichRowIsBadAndGoesOn) {
   EXPECT_EQ(repaired.out, "9,\xC3\xA4\tb,\n2,Bob,1990-01-31\n3,Cid,\n");
 }
 
+TEST_F(Tool, CountsWhatItGuessedFrom) {
+  writePeople();
+  Outcome outcome = run("kyv infer people.csv");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, StartsWith("read 2, accepted 2, rejected 0 in "));
+  outcome = run("(cat people.csv; echo x) | kyv infer -");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("first is on line 4\nread 3, accepted 2, rejected 1 in "));
+  EXPECT_EQ(run("kyv infer -q people.csv").err, "");
+}
+
 TEST_F(Tool, KeepsItsPeaceWhenAskedTo) {
   writePeople();
   Outcome outcome = run("(cat people.csv; echo x) | kyv convert -q -s people.json - -o rows");
