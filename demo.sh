@@ -20,7 +20,7 @@ with_line_feeds() { sed -e 's/\r$//' -e '$a\' "$1"; }
 
 printf '\nReal data to records and back (kyv infer, kyv convert, kyv print)\n'
 for file in airports birdstrikes seattle-weather-hourly-normals; do
-  kyv infer "$data/$file.csv" >$file.json
+  kyv infer --quiet "$data/$file.csv" >$file.json
   kyv convert --schema $file.json "$data/$file.csv" -o $file.rows 2>$file.log
   kyv print --schema $file.json --header $file.rows -o $file.csv --quiet
   printf '  %-35s %s\n' $file.csv "$(tail -n 1 $file.log | cut -d '(' -f 1)"
