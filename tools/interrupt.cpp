@@ -18,7 +18,9 @@ void catchInterrupts() {
   action.sa_flags = static_cast<int>(SA_RESETHAND);  // without SA_RESTART: a blocked read wakes up
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  // A reader that has gone and a file that may not grow are told by the write that fails.
   std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c): cannot fail for this signal
+  std::signal(SIGXFSZ, SIG_IGN);  // NOLINT(cert-err33-c)
 }
 
 bool interrupted() { return g_interrupted != 0; }
