@@ -20,6 +20,6 @@ std::string_view withoutQuotes(std::string_view text);
 // many the line has, which is the separators plus one; counting stops at one more than there is room for. `writable` is
 // the line's first byte when closing quotes shall be overwritten with terminators, or null when the line stays as it
 // is.
-std::size_t splitFields(std::string_view line, char* writable, char separator, std::span<RowField> fields);
+std::size_t splitFields(std::string_view text, char* writable, char separator, std::span<RowField> fields);
 
 }  // namespace kyv_internal

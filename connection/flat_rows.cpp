@@ -1,5 +1,6 @@
 // The flat functions over rows and schemas: each reads its handle and calls the row.
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <string>
@@ -51,6 +52,7 @@ std::unique_ptr<ConnectionRow> makeRowOfKind(std::string_view kind) {
 std::unique_ptr<ConnectionRowType> makeSchema(const char* streamName, int streamId, int count,
                                               const char* const* columnNames, const unsigned int* types) {
   std::vector<kyv::StreamColumn> columns;
+  columns.reserve(static_cast<std::size_t>(std::max(count, 0)));
   for (int i = 0; i < count; ++i) columns.push_back({columnNames[i], types[i]});
   return std::make_unique<kyv::StreamSchema>(streamName, streamId, std::move(columns));
 }

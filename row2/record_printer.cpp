@@ -1,5 +1,6 @@
 #include "kyv/record_printer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <string_view>
@@ -35,8 +36,10 @@ std::string jsonKey(const char* name) {
 }
 
 std::vector<PrintedColumn> columnsOf(const ConnectionRowType& schema) {
+  const int count = schema.getColumnCount();
   std::vector<PrintedColumn> columns;
-  for (int i = 0; i < schema.getColumnCount(); ++i) {
+  columns.reserve(static_cast<std::size_t>(std::max(count, 0)));
+  for (int i = 0; i < count; ++i) {
     columns.push_back({kyv_internal::columnTypeOf(schema.getColumnType(i)), jsonKey(schema.getColumnName(i))});
   }
   return columns;

@@ -61,7 +61,7 @@ template <class Handle, class Make>
     const MutexGuard lock(mutex);
     auto object = make();
     auto cell = std::unique_ptr<Handle>(new Handle{object.get()});
-    object.release();
+    (void)object.release();  // the cell owns it now
     return cell.release();
   });
 }
