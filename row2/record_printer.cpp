@@ -102,7 +102,9 @@ void appendDelimitedValue(const StoredColumn& column, const FormatSet& formats, 
   const std::size_t begin = out.size();
   const Kind kind = column.kind();
   const std::string_view text = kind == Kind::Binary ? appendHex(column, out) : appendValue(column, formats, out);
-  if (!text.empty() && form.needsQuotes(kind, text)) quoteEnd(begin, form.text, out);
+  // No bytes are not the same as NULL.
+  const bool quoted = text.empty() ? kind == Kind::Binary : form.needsQuotes(kind, text);
+  if (quoted) quoteEnd(begin, form.text, out);
 }
 
 void appendDelimitedColumn(const StoredColumn& column, const FormatSet& formats, const DelimitedForm& form,

@@ -31,10 +31,10 @@ class KYV_EXPORT RecordPrinter {
   void setSeparator(char separator);      // of delimited text; a comma unless set
   void setWithService(bool withService);  // lines tell the stream name and the operation; not unless set
 
-  // Fields between separators, and a line feed. A NULL column is empty. A text is quoted when it is empty, holds a
-  // separator, a quote or a line end, or has a blank at either end; quotes in it are doubled. With service, the stream
-  // name and the opcode letter come first. False with a message, `out` as before, when the record's operation has no
-  // letter.
+  // Fields between separators, and a line feed. A NULL column is empty. A text is quoted when it is empty (so are no
+  // bytes), holds a separator, a quote or a line end, or has a blank at either end; quotes in it are doubled. With
+  // service, the stream name and the opcode letter come first. False with a message, `out` as before, when the record's
+  // operation has no letter.
   bool appendDelimited(const void* record, unsigned long recordNo, ConnectionErrors& errors, ByteBuffer& out);
 
   // One object and a line feed: {"Id":7,"Name":"x"}; with service {"stream":"Trades","op":"p","Id":7,"Name":"x"}, and
