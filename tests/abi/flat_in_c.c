@@ -194,6 +194,27 @@ static void csvRow(ConnectionErrorsHandle* errors) {
   deleteConnectionRow(line);
 }
 
+static void namedRow(ConnectionErrorsHandle* errors) {
+  ConnectionRowHandle* names = tradesRow("RowByNames");
+  ConnectionRowHandle* fields = tradesRow("RowByOrder");
+  const char* text = NULL;
+  void* record = NULL;
+  expectNumber("set by name", setFieldAsStringWithKey(names, "Price", "2.5"), true);
+  expectNumber("set the operation", setFieldAsStringWithKey(names, "KYV_OPS", "update"), true);
+  expectNumber("get by name", getFieldAsStringWithKey(names, "Price", &text), true);
+  expectText("named field", text, "2.5");
+  expectNumber("get an unknown name", getFieldAsStringWithKey(names, "Id", &text), false);
+  expectText("unknown field", text, NULL);
+  record = toRow(names, 1, errors);
+  expectNumber("read back", record != NULL && fromRow(fields, record, 1, errors), true);
+  free(record);
+  expectField(fields, 0, NULL);
+  expectField(fields, 2, "2.500000");
+  expectNumber("operation letter", getOp(fields), 'u');
+  deleteConnectionRow(fields);
+  deleteConnectionRow(names);
+}
+
 /* A record's key and operation taken from columns. */
 static void guaranteedDelivery(ConnectionErrorsHandle* errors) {
   static const char* const names[] = {"Seq", "Op", "Name"};
@@ -222,9 +243,6 @@ static void guaranteedDelivery(ConnectionErrorsHandle* errors) {
 static void operationsOfOtherForms(ConnectionErrorsHandle* errors) {
   ConnectionRowHandle* row = tradesRow("RowByOrder");
   ConnectionRowHandle* none = createConnectionRow("RowBinary");
-  const char* text = NULL;
-  expectNumber("get by name", getFieldAsStringWithKey(row, "Id", &text), false);
-  expectNumber("set by name", setFieldAsStringWithKey(row, "Id", "1"), false);
   setRow(row, NULL, 0);
   adoptRow(row, NULL);
   expectNumber("allocRow", allocRow(row, 4) == NULL, true);
@@ -247,6 +265,7 @@ int main(void) {
   deleteConnectionRow(row);
   orderedRow(errors);
   csvRow(errors);
+  namedRow(errors);
   guaranteedDelivery(errors);
   operationsOfOtherForms(errors);
   expectReport(errors, NULL);

@@ -176,6 +176,10 @@ TEST(VirtualOrder, RowsOverrideTheOperationsOfTheirExternalForm) {
                   "setFieldAsString(index, string)", "setFieldAsString(index, text)", "appendFieldAsString(string)",
                   "appendFieldAsString(text)", "getOp", "setOp", "getFlagsAsString", "setFlagsAsString", "size",
                   "toRow(callback)", "toRow", "fromRow(callback)", "fromRow"));
+  EXPECT_THAT(operationsThatDifferFromTheBase(ConnectionRowByNames()),
+              testing::ElementsAre("clear", "clearData", "createNew", "getFieldAsString(name, string)",
+                                   "getFieldAsString(name, text)", "setFieldAsString(name, string)",
+                                   "setFieldAsString(name, text)", "toRow(callback)", "toRow"));
   EXPECT_THAT(operationsThatDifferFromTheBase(ConnectionRowCsv()),
               testing::ElementsAre("clear", "clearData", "createNew", "setSeparator", "setWithService", "allocBuffer",
                                    "setBuffer", "toRow(callback)", "toRow"));

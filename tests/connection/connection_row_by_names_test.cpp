@@ -16,6 +16,7 @@
 #include "kyv/data_types.h"
 #include "kyv/stream_schema.h"
 #include "row2/row2_layout.h"
+#include "services/c_string_hash.h"
 
 namespace {
 
@@ -117,6 +118,11 @@ TEST(NamedRow, MakesNewRowsWithItsSettings) {
   const std::unique_ptr<ConnectionRow> other(row.createNew());
   other->setFieldAsString("d", "13.02.2009");
   EXPECT_EQ(outcome(*other), byOrder({nullptr, nullptr, nullptr, "2009-02-13 00:00:00"}));
+}
+
+TEST(NamedFields, HashTakesBytesAsSignedCharacters) {
+  EXPECT_EQ(kyv_internal::cStringHash("ab"), 5U * 'a' + 'b');
+  EXPECT_EQ(kyv_internal::cStringHash("a\xFF"), 5U * 'a' - 1);
 }
 
 TEST(NamedFields, FindsEachOfManyNames) {
