@@ -279,6 +279,29 @@ TEST(ConnectionRowByOrder, ReadsEachKindOfColumn) {
   EXPECT_EQ(read(row, record.bytes()), "ds -2,ab,1.500000,-,-,ABCD,1.5,false,1.5000,");
 }
 
+TEST(ConnectionRowByOrder, ReadsLongTextsBesideShortOnes) {
+  constexpr int kColumns = 20;
+  TestSchema schema(std::vector<TestSchema::Column>(kColumns, {"A", kString}));
+  HandRecord record{7, 5, 0, kColumns, {}, ""};
+  std::string fields;
+  int offset = 24 + 4 * kColumns;
+  for (int i = 0; i < kColumns; ++i) {
+    const std::string text(static_cast<std::size_t>(i % 2 == 0 ? i * i * 20 : i), static_cast<char>('a' + i));
+    record.table.push_back(offset);
+    record.payload += toHex(text) + "00";
+    offset += static_cast<int>(text.size()) + 1;
+    fields += (i == 0 ? "" : ",") + text;
+  }
+  record.table.push_back(offset);
+  ConnectionRowByOrder row;
+  row.setStreamType(&schema, false);
+  EXPECT_EQ(read(row, record.bytes()), "p " + fields);
+  const char* text = nullptr;
+  ASSERT_TRUE(row.getFieldAsString(kColumns - 1, &text));
+  EXPECT_TRUE(row.setFieldAsString(0, text));
+  EXPECT_EQ(fieldsOf(row), text + fields) << "a field of a record may be set from another";
+}
+
 TEST(ConnectionRowByOrder, ReadsNothingWithoutRecordStreamOrOperation) {
   TestSchema schema({{"A", kInteger}});
   ConnectionRowByOrder row;
@@ -345,6 +368,9 @@ TEST(ConnectionRowByOrder, TakesSequenceNumberAndOperationOutOfTheirColumns) {
   EXPECT_EQ(read(row, nulls), "d 1");
   EXPECT_EQ(row.getSequenceNumber(), 44) << "a null column leaves the number, a failed conversion does not";
   EXPECT_EQ(row.getOp(), 'd');
+  EXPECT_EQ(read(row, deliveryRecord(42, "5")), "d 1");
+  row.setFieldAsString(2, "x");
+  EXPECT_EQ(fieldsOf(row), "1,-,x") << "the texts of those columns are gone";
 }
 
 TEST(ConnectionRowByOrder, ReadsTheSequenceNumberAlone) {

@@ -106,6 +106,13 @@ TEST(FlatRows, ConvertLinesWithTheirFormats) {
   const std::string expected =
       HandRecord{5, 6, 0, 3, {36, 44, 52, 60}, "0000000000000000 0700000000000000 100e000000000000"}.bytes();
   EXPECT_EQ(takeHex(toRow(row, 1, errors)), kyv_test::toHex(expected));
+  {
+    const std::unique_ptr<ConnectionRow> copy(createNew(row));
+    ConnectionErrors none;
+    copy->setBuffer(line.data());
+    EXPECT_NE(copy->getStreamType(), getStreamType(row)) << "an owned schema is cloned";
+    EXPECT_EQ(takeHex(copy->toRow(1, &none)), kyv_test::toHex(expected));
+  }
   std::snprintf(allocBuffer(row, 64), 64, "any;d;1");
   EXPECT_EQ(toRow(row, 2, errors), nullptr);
   EXPECT_FALSE(fromRow(row, line.data(), 3, errors));

@@ -480,8 +480,9 @@ TEST(UnpackValue, FormatsTimesAsTheRowSays) {
 TEST(UnpackValue, ReadsDatesAndTimesOfFourBytes) {
   const TypeSettingsGuard guard;
   DataTypes::setDateSize(4);
-  DataTypes::g_timeSize = 4;
   EXPECT_EQ(unpacked(kDate, fromHex("ffffffff")), "1969-12-31 23:59:59");
+  EXPECT_EQ(unpacked(kTime, bytesOf(std::int64_t{1} << 32)), "06:28:16") << "times have a size of their own";
+  DataTypes::g_timeSize = 4;
   EXPECT_EQ(defaultText(kDate, fromHex("00000001"), kOpposite), "1970-01-01 00:00:01");
   EXPECT_EQ(unpacked(kTime, fromHex("07000000")), "00:00:07");
   EXPECT_EQ(unpacked(kTimestamp, bytesOf(std::int64_t{7})), "1970-01-01 00:00:00.007");
