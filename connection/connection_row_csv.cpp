@@ -1,29 +1,20 @@
 #include "kyv/connection_row_csv.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "connection/csv_line.h"
 #include "connection/operation_code.h"
 #include "connection/prepared_settings.h"
 #include "kyv/string_utility.h"
+#include "row2/line_pieces.h"
 #include "row2/row_builder.h"
 
 namespace {
 
 using DALVON::Kyv::strprintf;
-
-// The line from a position on, which `writable` points at too unless it is null.
-struct Rest {
-  std::string_view text;
-  char* writable;
-
-  Rest from(std::size_t position) const {
-    return {text.substr(position), writable != nullptr ? writable + position : nullptr};
-  }
-};
 
 bool checkFieldCount(const ConnectionRowType& schema, std::size_t count, std::size_t columns, unsigned long recordNo,
                      ConnectionErrors& errors) {
@@ -41,9 +32,33 @@ bool checkFieldCount(const ConnectionRowType& schema, std::size_t count, std::si
 
 }  // namespace
 
+// What is left of a line: its fields at last, when it has any.
+struct ConnectionRowCsv::Line {
+  std::span<char> text;
+  bool hasFields = true;
+
+  // Goes on behind the next separator; false when there is none.
+  bool pass(char separator) {
+    const std::size_t end = std::string_view(text.data(), text.size()).find(separator);
+    if (end == std::string_view::npos) return false;
+    text = text.subspan(end + 1);
+    return true;
+  }
+
+  // The same, and a terminator takes the separator's place.
+  bool cut(char separator) {
+    if (!pass(separator)) return false;
+    *(text.data() - 1) = 0;
+    return true;
+  }
+};
+
 ConnectionRowCsv::ConnectionRowCsv() = default;
 
-ConnectionRowCsv::~ConnectionRowCsv() { std::free(buffer_); }
+ConnectionRowCsv::~ConnectionRowCsv() {
+  replaceBuffer(0);
+  const kyv_internal::PaddedMemory copy(copy_);
+}
 
 void ConnectionRowCsv::clear() {
   ConnectionRowCsv::clearData();
@@ -52,6 +67,7 @@ void ConnectionRowCsv::clear() {
 
 void ConnectionRowCsv::clearData() {
   if (capacity_ > 0) buffer_[0] = 0;
+  length_ = kUnknownLength;
   ConnectionRow::clearData();
 }
 
@@ -66,78 +82,104 @@ ConnectionRow* ConnectionRowCsv::createNew() {
 void ConnectionRowCsv::setSeparator(char separator) { separator_ = separator; }
 void ConnectionRowCsv::setWithService(bool withService) { withService_ = withService; }
 
+// A copy of a line in memory that is kept for the next one.
+std::span<char> ConnectionRowCsv::copy(std::string_view line) {
+  if (copyCapacity_ <= line.size()) {
+    const kyv_internal::PaddedMemory old(std::exchange(copy_, kyv_internal::allocateLine(line.size() + 1).release()));
+    copyCapacity_ = line.size() + 1;
+  }
+  if (!line.empty()) std::memcpy(copy_, line.data(), line.size());
+  return {copy_, line.size()};
+}
+
+// A new buffer of `size` bytes, or none when that is 0.
+void ConnectionRowCsv::replaceBuffer(std::size_t size) {
+  kyv_internal::PaddedMemory memory = size != 0 ? kyv_internal::allocateLine(size) : nullptr;
+  const kyv_internal::PaddedMemory old(std::exchange(buffer_, memory.release()));
+  capacity_ = static_cast<int>(size);
+  length_ = kUnknownLength;
+  isLent_ = false;
+}
+
 char* ConnectionRowCsv::allocBuffer(int size) {
-  if (capacity_ >= size) return buffer_;
-  char* const memory = static_cast<char*>(std::malloc(static_cast<std::size_t>(size)));
-  if (memory == nullptr) throw std::bad_alloc();
-  memory[0] = 0;
-  std::free(buffer_);
-  buffer_ = memory;
-  capacity_ = size;
+  if (capacity_ < size) {
+    replaceBuffer(static_cast<std::size_t>(size));
+    buffer_[0] = 0;
+  }
+  isLent_ = true;
+  length_ = kUnknownLength;
   return buffer_;
 }
 
 void ConnectionRowCsv::setBuffer(char* line) {
-  if (line == nullptr) {
-    std::free(buffer_);
-    buffer_ = nullptr;
-    capacity_ = 0;
-    return;
-  }
+  if (line == nullptr) return replaceBuffer(0);
   const std::size_t size = std::strlen(line) + 1;
   if (size > static_cast<std::size_t>(std::numeric_limits<int>::max())) throw std::bad_alloc();
-  std::memmove(allocBuffer(static_cast<int>(size)), line, size);  // the line may lie in the buffer
+  if (size > static_cast<std::size_t>(capacity_)) replaceBuffer(size);
+  std::memmove(buffer_, line, size);  // the line may lie in the buffer
+  length_ = isLent_ ? kUnknownLength : static_cast<int>(size - 1);
 }
 
-std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(std::string_view line, char* writable,
-                                                                unsigned long recordNo, ConnectionErrors& errors) {
-  Rest rest{line, writable};
-  if (withService_) {
-    const std::size_t end = line.find(separator_);
-    if (end == std::string_view::npos) {
-      errors.addGeneral(strprintf("record %lu: contains no stream name", recordNo));
-      return std::nullopt;
-    }
-    if (writable != nullptr) writable[end] = 0;
-    rest = rest.from(end + 1);
+// The line in the buffer, without its end. The next time its length is unknown, since it is altered now.
+std::span<char> ConnectionRowCsv::takeLine() {
+  const int known = std::exchange(length_, kUnknownLength);
+  const std::size_t length =
+      known != kUnknownLength ? static_cast<std::size_t>(known) : strnlen(buffer_, static_cast<std::size_t>(capacity_));
+  const std::string_view line = kyv_internal::withoutLineEnd({buffer_, length});
+  if (line.size() < length) buffer_[line.size()] = 0;
+  return {buffer_, line.size()};
+}
+
+// Checks a line and cuts off what stands before its fields. Its record lacks its fields yet.
+std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(Line& line, unsigned long recordNo,
+                                                                ConnectionErrors& errors) {
+  if (withService_ && !line.cut(separator_)) {
+    errors.addGeneral(strprintf("record %lu: contains no stream name", recordNo));
+    return std::nullopt;
   }
   if (streamType_ == nullptr) {
     errors.addGeneral(strprintf("record %lu: no stream specified", recordNo));
     return std::nullopt;
   }
-  const std::span<const kyv_internal::ColumnType> columns = prepared_->schema.columns();
   auto operation = StreamInterface::Upsert;
-  bool hasFields = true;
   if (withService_) {
-    const char letter = rest.text.empty() ? '\0' : rest.text.front();
+    const char letter = line.text.empty() ? '\0' : line.text.front();
     if (!kyv_internal::parseOperation(operation, letter, recordNo, errors)) return std::nullopt;
-    const std::size_t end = rest.text.find(separator_);
-    hasFields = end != std::string_view::npos;
-    if (hasFields) rest = rest.from(end + 1);
+    line.hasFields = line.pass(separator_);
   }
-  fields_.resize(columns.size());
-  const std::size_t count = hasFields ? kyv_internal::splitFields(rest.text, rest.writable, separator_, fields_) : 0;
-  if (!checkFieldCount(*streamType_, count, columns.size(), recordNo, errors)) return std::nullopt;
-  return kyv_internal::RowSource{*streamType_, prepared_->formats, columns, fields_, operation, false, recordNo};
+  return kyv_internal::RowSource{*streamType_, prepared_->formats, prepared_->schema.columns(), {}, operation, false,
+                                 recordNo};
+}
+
+// Splits the line of a record into its fields; false with a message when they are too few or too many.
+bool ConnectionRowCsv::split(const Line& line, kyv_internal::RowSource& row, ConnectionErrors& errors) {
+  fields_.resize(row.columns.size());
+  const std::size_t count = line.hasFields ? kyv_internal::splitFields(line.text, separator_, fields_) : 0;
+  row.fields = fields_;
+  return checkFieldCount(row.schema, count, fields_.size(), row.recordNo, errors);
 }
 
 void* ConnectionRowCsv::toRow(ConnectionCallback*, unsigned long recordNo, ConnectionErrors& errors) {
   failedColumn_ = kyv_internal::kNoColumn;
   if (capacity_ == 0) return nullptr;
-  const std::size_t length = strnlen(buffer_, static_cast<std::size_t>(capacity_));
-  const std::string_view line = kyv_internal::withoutLineEnd({buffer_, length});
-  if (line.size() < length) buffer_[line.size()] = 0;
-  const auto row = source(line, buffer_, recordNo, errors);
-  return row ? kyv_internal::buildRecord(*row, errors, failedColumn_) : nullptr;
+  Line line{takeLine()};
+  auto row = source(line, recordNo, errors);
+  if (!row) return nullptr;
+  if (void* const record = line.hasFields ? kyv_internal::buildUsualRecord(*row, line.text, separator_) : nullptr)
+    return record;
+  return split(line, *row, errors) ? kyv_internal::buildRecord(*row, errors, failedColumn_) : nullptr;
 }
 
 void* ConnectionRowCsv::toRow(unsigned long recordNo, ConnectionErrors* errors) {
   return toRow(nullptr, recordNo, *errors);
 }
 
-bool ConnectionRowCsv::appendRow(std::string_view line, unsigned long recordNo, ConnectionErrors& errors,
+bool ConnectionRowCsv::appendRow(std::string_view text, unsigned long recordNo, ConnectionErrors& errors,
                                  kyv::ByteBuffer& out) {
   failedColumn_ = kyv_internal::kNoColumn;
-  const auto row = source(kyv_internal::withoutLineEnd(line), nullptr, recordNo, errors);
-  return row && kyv_internal::appendRecord(*row, errors, failedColumn_, out);
+  Line line{copy(kyv_internal::withoutLineEnd(text))};
+  auto row = source(line, recordNo, errors);
+  if (!row) return false;
+  if (line.hasFields && kyv_internal::appendUsualRecord(*row, line.text, separator_, out)) return true;
+  return split(line, *row, errors) && kyv_internal::appendRecord(*row, errors, failedColumn_, out);
 }

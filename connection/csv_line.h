@@ -16,10 +16,9 @@ std::string_view withoutLineEnd(std::string_view line);
 // A text that begins and ends with the same quote, single or double, without the two. A lone quote is kept.
 std::string_view withoutQuotes(std::string_view text);
 
-// Splits a line at each separator into at most `fields.size()` fields, quotes removed, an empty one NULL. Returns how
-// many the line has, which is the separators plus one; counting stops at one more than there is room for. `writable` is
-// the line's first byte when closing quotes shall be overwritten with terminators, or null when the line stays as it
-// is.
-std::size_t splitFields(std::string_view text, char* writable, char separator, std::span<RowField> fields);
+// Splits a line at each separator into at most `fields.size()` fields, quotes removed, an empty one NULL; closing
+// quotes are overwritten with terminators. Returns how many the line has, which is the separators plus one; counting
+// stops at one more than there is room for. REQUIRES: the line lies in memory from allocateLine().
+std::size_t splitFields(std::span<char> line, char separator, std::span<RowField> fields);
 
 }  // namespace kyv_internal

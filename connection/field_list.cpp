@@ -1,7 +1,6 @@
 #include "connection/field_list.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -18,34 +17,30 @@ constexpr std::size_t kUsualText = 64;
 
 }  // namespace
 
-FieldList::~FieldList() {
-  for (const Storage& storage : storage_) std::free(storage.memory);
-}
-
 void FieldList::grow(std::size_t count) {
   storage_.resize(count);
   fields_.resize(count);
 }
 
-bool FieldList::makeRoom(std::size_t index, std::size_t size, MallocPtr<char>& replaced) {
+bool FieldList::makeRoom(std::size_t index, std::size_t size, PaddedMemory& replaced) {
   Storage& storage = storage_[index];
   if (storage.capacity > size) return true;
   const std::size_t capacity = std::max({kSmallestText, size + 1, storage.capacity * 2});
-  char* const memory = static_cast<char*>(std::malloc(capacity));
+  PaddedMemory memory = allocatePadded(capacity);
   if (memory == nullptr) {
     fields_[index] = {};
     return false;
   }
-  replaced.reset(storage.memory);
-  storage = {memory, capacity};
+  replaced = std::exchange(storage.memory, std::move(memory));
+  storage.capacity = capacity;
   keepsLongText_ |= capacity > kLargestKeptText;
   return true;
 }
 
 bool FieldList::assign(std::size_t index, std::string_view text) {
-  MallocPtr<char> replaced;
+  PaddedMemory replaced;
   if (!makeRoom(index, text.size(), replaced)) return false;
-  char* const memory = storage_[index].memory;
+  char* const memory = storage_[index].memory.get();
   std::memmove(memory, text.data(), text.size());
   memory[text.size()] = 0;
   fields_[index] = {memory, text.size()};
@@ -53,9 +48,9 @@ bool FieldList::assign(std::size_t index, std::string_view text) {
 }
 
 char* FieldList::prepare(std::size_t index, std::size_t size) {
-  MallocPtr<char> replaced;
+  PaddedMemory replaced;
   if (!makeRoom(index, size, replaced)) return nullptr;
-  char* const memory = storage_[index].memory;
+  char* const memory = storage_[index].memory.get();
   memory[size] = 0;
   fields_[index] = {memory, size};
   return memory;
@@ -65,7 +60,7 @@ void FieldList::startRecord(std::size_t count) {
   extend(count);
   const std::size_t size = kPrintingRoom + count * kUsualText;
   if (size <= blockSize_) return;
-  block_.reset(static_cast<char*>(std::malloc(size)));
+  block_ = allocatePadded(size);
   blockSize_ = block_ != nullptr ? size : 0;
 }
 
@@ -77,9 +72,7 @@ void FieldList::clear(std::size_t count) {
 
 void FieldList::dropLongTexts() {
   for (Storage& storage : storage_) {
-    if (storage.capacity <= kLargestKeptText) continue;
-    std::free(storage.memory);
-    storage = {};
+    if (storage.capacity > kLargestKeptText) storage = {};
   }
 }
 

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "row2/row_field.h"
-#include "services/malloc_ptr.h"
 
 namespace kyv_internal {
 
@@ -20,7 +19,6 @@ class FieldList {
   FieldList() = default;
   FieldList(const FieldList&) = delete;
   FieldList& operator=(const FieldList&) = delete;
-  ~FieldList();
 
   // The first `count` fields, one per position.
   std::span<const RowField> fields(std::size_t count) const { return {fields_.data(), count}; }
@@ -61,19 +59,19 @@ class FieldList {
 
  private:
   struct Storage {
-    char* memory = nullptr;  // from malloc
+    PaddedMemory memory;
     std::size_t capacity = 0;
   };
 
   void grow(std::size_t count);
   void dropLongTexts();
   // Sees to memory for `size` characters and a terminator; what the field had before is in `replaced` when that is new.
-  bool makeRoom(std::size_t index, std::size_t size, MallocPtr<char>& replaced);
+  bool makeRoom(std::size_t index, std::size_t size, PaddedMemory& replaced);
 
   std::vector<RowField> fields_;
   std::vector<Storage> storage_;  // one for each field
   bool keepsLongText_ = false;    // some storage is uncommonly big
-  MallocPtr<char> block_;
+  PaddedMemory block_;
   std::size_t blockSize_ = 0;
   std::size_t blockUsed_ = 0;
 };

@@ -22,7 +22,7 @@ std::string_view TextStore::keep(std::string_view text) {
   const std::size_t size = text.size() + 1;
   if (capacity_ - used_ < size) {
     const std::size_t capacity = std::max(size, kBlockBytes);
-    MallocPtr<char> block(static_cast<char*>(std::malloc(capacity)));
+    PaddedMemory block = allocatePadded(capacity);
     if (block == nullptr) throw std::bad_alloc();
     blocks_.push_back(std::move(block));
     capacity_ = capacity;

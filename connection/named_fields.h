@@ -8,12 +8,12 @@
 #include <string_view>
 #include <vector>
 
+#include "datatypes/padded_text.h"
 #include "row2/row_field.h"
-#include "services/malloc_ptr.h"
 
 namespace kyv_internal {
 
-// Copies texts into blocks of memory that never move.
+// Copies texts into blocks of memory that never move, and pads them.
 class TextStore {
  public:
   // The copy has a terminator behind it. Throws when memory is exhausted.
@@ -22,7 +22,7 @@ class TextStore {
   void clear();
 
  private:
-  std::vector<MallocPtr<char>> blocks_;
+  std::vector<PaddedMemory> blocks_;
   std::size_t capacity_ = 0;  // of the last block
   std::size_t used_ = 0;      // of the last block
 };

@@ -20,13 +20,25 @@ constexpr DigitBlock signatureOf(std::string_view word) {
   return signature(block, word.size());
 }
 
+constexpr DigitBlock kTrue = signatureOf("true");
+constexpr DigitBlock kFalse = signatureOf("false");
+
 constexpr struct {
   DigitBlock signature;
   bool value;
 } kWords[] = {
-    {signatureOf("true"), true}, {signatureOf("false"), false}, {signatureOf("1"), true},   {signatureOf("0"), false},
-    {signatureOf("t"), true},    {signatureOf("f"), false},     {signatureOf("yes"), true}, {signatureOf("no"), false},
-    {signatureOf("y"), true},    {signatureOf("n"), false},     {signatureOf("on"), true},  {signatureOf("off"), false},
+    {kTrue, true},
+    {kFalse, false},
+    {signatureOf("1"), true},
+    {signatureOf("0"), false},
+    {signatureOf("t"), true},
+    {signatureOf("f"), false},
+    {signatureOf("yes"), true},
+    {signatureOf("no"), false},
+    {signatureOf("y"), true},
+    {signatureOf("n"), false},
+    {signatureOf("on"), true},
+    {signatureOf("off"), false},
 };
 
 constexpr std::string_view trimPlainSpace(std::string_view text) {
@@ -40,12 +52,22 @@ constexpr std::string_view trimPlainSpace(std::string_view text) {
 Parsed<bool> parseBoolean(std::string_view text) {
   const std::string_view word = trimPlainSpace(text);
   if (!word.empty() && word.size() <= kLongestWord) {
-    const DigitBlock given = signature(loadFew(word.data(), word.size()), word.size());
+    const DigitBlock given = signature(loadFew(word), word.size());
     for (const auto& known : kWords) {
       if (known.signature == given) return {known.value};
     }
   }
   return Parsed<bool>::failure("not a legal boolean value");
+}
+
+// Which of the two usual words it is decides no jump.
+Parsed<bool> parseBoolean(PaddedText text) {
+  if (!text.empty() && text.size() <= kLongestWord) {
+    const DigitBlock given = signature(loadFew(text), text.size());
+    const bool value = given == kTrue;
+    if (static_cast<int>(value) | static_cast<int>(given == kFalse)) return {value};
+  }
+  return parseBoolean(std::string_view(text));
 }
 
 }  // namespace kyv_internal

@@ -4,10 +4,12 @@
 
 #include <string_view>
 
+#include "datatypes/padded_text.h"
 #include "datatypes/parsed.h"
 
 namespace kyv_internal {
 
 Parsed<bool> parseBoolean(std::string_view text);
+Parsed<bool> parseBoolean(PaddedText text);
 
 }  // namespace kyv_internal

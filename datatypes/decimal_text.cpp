@@ -138,8 +138,8 @@ Parsed<Coefficient> parseDecimal(std::string_view text, int precision, int scale
   if (Magnitude magnitude = 0; readUsualLongText(text, wanted, magnitude))
     return withSign(negative, magnitude, precision);
   const ShortNumber number = readShortNumber(text);
-  const std::size_t places = number.valid ? number.places : 0;
-  if (!number.valid || wanted >= places + kPowersOfTen.size())
+  const std::size_t places = number.valid() ? number.places : 0;
+  if (!number.valid() || wanted >= places + kPowersOfTen.size())
     return parseLongDecimal(negative, text, precision, wanted);
   const Magnitude magnitude = places > wanted ? number.digits / kPowersOfTen[places - wanted]
                                               : Magnitude{number.digits} * kPowersOfTen[wanted - places];

@@ -3,7 +3,7 @@
 // Decimal digits eight at a time: the eight are the bytes of one 64-bit word, the first in the lowest, so that one
 // operation works on several of them. Everything here is on the path of every row.
 //
-// The readers load no byte outside their text. The writers store whole blocks: what they may overwrite behind their
+// The readers load no byte outside a plain text. The writers store whole blocks: what they may overwrite behind their
 // text is said beside each.
 
 #include <array>
@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+
+#include "datatypes/padded_text.h"
 
 namespace kyv_internal {
 
@@ -48,22 +50,29 @@ Word loadWord(const char* from) {
 }
 
 // The characters of a text of 1 to 8, at the high end behind zero bytes.
-inline DigitBlock loadFew(const char* text, std::size_t size) {
+inline DigitBlock loadFew(std::string_view text) {
+  const std::size_t size = text.size();
   const std::size_t shift = 8 * (kBlockDigits - size);
   if (size >= 4) {
-    const DigitBlock head = loadWord<std::uint32_t>(text);
-    const DigitBlock tail = loadWord<std::uint32_t>(text + size - 4);
+    const DigitBlock head = loadWord<std::uint32_t>(text.data());
+    const DigitBlock tail = loadWord<std::uint32_t>(text.data() + size - 4);
     return head << shift | tail << 32;
   }
   const auto at = [text](std::size_t i) { return DigitBlock{static_cast<unsigned char>(text[i])}; };
   return at(0) << shift | at(size / 2) << (shift + 8 * (size / 2)) | at(size - 1) << 56;
 }
 
-// What a character stands for: 0 to 9 for a digit, more for every other. Here of 8 characters, of 1 to 8, and of the
-// first 1 to 8 of at least 8. Fewer than 8 stand behind zeros.
+inline DigitBlock loadFew(PaddedText text) {
+  static_assert(kTextSlack >= kBlockDigits);
+  return loadWord<DigitBlock>(text.data()) << (8 * (kBlockDigits - text.size()));
+}
+
+// What a character stands for: 0 to 9 for a digit, more for every other. Here of 8 characters, of a text of 1 to 8, and
+// of the first 1 to 8 of at least 8. Fewer than 8 stand behind zeros.
 inline DigitBlock loadDigits(const char* text) { return loadWord<DigitBlock>(text) ^ kZeros; }
-inline DigitBlock loadFewDigits(const char* text, std::size_t size) {
-  return loadFew(text, size) ^ kZeros << (8 * (kBlockDigits - size));
+template <class Text>
+DigitBlock loadFewDigits(Text text) {
+  return loadFew(text) ^ kZeros << (8 * (kBlockDigits - text.size()));
 }
 inline DigitBlock loadHeadDigits(const char* text, std::size_t size) {
   return loadDigits(text) << (8 * (kBlockDigits - size));
@@ -97,9 +106,10 @@ constexpr DigitsRead readBlocks(DigitBlock high, DigitBlock low) {
 }
 
 // 1 to 16 digits.
-inline DigitsRead readPiece(std::string_view text) {
+template <class Text>
+DigitsRead readPiece(Text text) {
   if (text.size() <= kBlockDigits) {
-    const DigitBlock block = loadFewDigits(text.data(), text.size());
+    const DigitBlock block = loadFewDigits(text);
     return {faultsOf(block), blockValue(block)};
   }
   const std::size_t headSize = text.size() - kBlockDigits;

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "datatypes/digit_block.h"
-#include "datatypes/short_number.h"
+#include "datatypes/usual_number.h"
 
 namespace kyv_internal {
 
@@ -81,18 +81,9 @@ Result parseAnyMoney(std::string_view text, MoneyScale scale) {
 
 }  // namespace
 
-// The usual text is a number of few characters; every other one, and every failure, takes the rules one by one.
 Parsed<std::int64_t> parseMoney(std::string_view text, MoneyScale scale) {
-  std::string_view rest = text;
-  const bool negative = takeSign(rest);
-  const ShortNumber number = readShortNumber(rest);
-  const auto places = static_cast<std::size_t>(scale.places);
-  if (!number.valid || !isDigit(rest.front()) || (places == 0 && number.places != 0)) return parseAnyMoney(text, scale);
-  if (number.places > places) return withSign(negative, number.digits / kPowersOfTen[number.places - places]);
-  std::uint64_t magnitude = 0;
-  if (__builtin_mul_overflow(number.digits, kPowersOfTen[places - number.places], &magnitude))
-    return Result::failure(kOutOfRange);
-  return withSign(negative, magnitude);
+  Result usual;
+  return readUsualMoney(text, scale, usual.value) ? usual : parseAnyMoney(text, scale);
 }
 
 char* printMoney(std::int64_t value, MoneyScale scale, char* out) {

@@ -9,41 +9,9 @@
 #include <system_error>
 
 #include "datatypes/digit_block.h"
-#include "datatypes/short_number.h"
+#include "datatypes/usual_number.h"
 
 namespace kyv_internal {
-
-namespace {
-
-template <class T>
-constexpr IntegerRules integerRules(const char* outOfRange) {
-  return {std::numeric_limits<T>::min(),
-          std::numeric_limits<T>::max(),
-          false,
-          "integer constant does not begin with a legal character",
-          "integer constant does not end with a legal character",
-          outOfRange};
-}
-
-constexpr const char* kIntegerOutOfRange = "integer constant out of range";
-
-}  // namespace
-
-constexpr IntegerRules kInt16Rules = integerRules<std::int16_t>("16-bit integer constant out of range");
-constexpr IntegerRules kIntegerRules = integerRules<std::int32_t>(kIntegerOutOfRange);
-constexpr IntegerRules kLongRules = {std::numeric_limits<std::int64_t>::min(),
-                                     std::numeric_limits<std::int64_t>::max(),
-                                     false,
-                                     "long constant does not begin with a legal character",
-                                     "long constant does not end with a legal character",
-                                     "long constant out of range"};
-// Required as is: an interval that is out of range gets the message of an integer.
-constexpr IntegerRules kIntervalRules = {std::numeric_limits<std::int64_t>::min(),
-                                         std::numeric_limits<std::int64_t>::max(),
-                                         true,
-                                         "interval constant does not begin with a legal character",
-                                         "interval constant does not end with a legal character",
-                                         kIntegerOutOfRange};
 
 // --- Integers from text ---------------------------------------------------------------------------------------------
 
@@ -51,14 +19,8 @@ namespace {
 
 using Integer = Parsed<std::int64_t>;
 
-Integer withSign(bool negative, std::uint64_t magnitude, const IntegerRules& rules) {
-  const auto limit = negative ? -static_cast<std::uint64_t>(rules.minimum) : static_cast<std::uint64_t>(rules.maximum);
-  if (magnitude > limit) return Integer::failure(rules.outOfRange);
-  return {static_cast<std::int64_t>(negateIf(negative, magnitude))};
-}
-
-// A number of more than 16 digits, which may all be zeros.
-Integer parseLongInteger(bool negative, std::string_view text, const IntegerRules& rules) {
+// Any number, its sign taken off.
+Integer parseMagnitude(bool negative, std::string_view text, const IntegerRules& rules) {
   DigitBlock faults = 0;
   bool overflow = false;
   std::uint64_t magnitude = 0;
@@ -71,8 +33,8 @@ Integer parseLongInteger(bool negative, std::string_view text, const IntegerRule
     text.remove_prefix(piece.size());
   }
   if (faults != 0) return Integer::failure(rules.badEnd);
-  if (overflow) return Integer::failure(rules.outOfRange);
-  return withSign(negative, magnitude, rules);
+  if (overflow || magnitude > largestMagnitude(negative, rules)) return Integer::failure(rules.outOfRange);
+  return {static_cast<std::int64_t>(negateIf(negative, magnitude))};
 }
 
 bool beginsLegally(std::string_view text, const IntegerRules& rules) {
@@ -84,13 +46,11 @@ bool beginsLegally(std::string_view text, const IntegerRules& rules) {
 }  // namespace
 
 Parsed<std::int64_t> parseInteger(std::string_view text, const IntegerRules& rules) {
+  if (Integer usual; readUsualInteger(text, rules, usual.value)) return usual;
   if (!beginsLegally(text, rules)) return Integer::failure(rules.badBegin);
   const bool negative = takeSign(text);
   if (text.empty()) return Integer::failure(rules.badEnd);
-  if (text.size() > kPieceDigits) return parseLongInteger(negative, text, rules);
-  const DigitsRead read = readPiece(text);
-  if (read.faults != 0) return Integer::failure(rules.badEnd);
-  return withSign(negative, read.value, rules);
+  return parseMagnitude(negative, text, rules);
 }
 
 // --- Floats from text -----------------------------------------------------------------------------------------------
@@ -100,11 +60,6 @@ namespace {
 constexpr const char* kFloatBadBegin = "float constant does not begin with a legal character";
 constexpr const char* kFloatBadEnd = "float constant does not end with a legal character";
 constexpr const char* kFloatOutOfRange = "float constant out of range";
-
-// Whole numbers up to it, and these powers, are exact as doubles: one division of two of them is rounded correctly.
-constexpr std::uint64_t kExactDouble = std::uint64_t{1} << 53;
-constexpr double kExactPowers[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7, 1e8,
-                                   1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16};
 
 using Float = Parsed<double>;
 
@@ -123,15 +78,11 @@ Float parseUnsignedFloat(std::string_view text) {
 }  // namespace
 
 Parsed<double> parseFloat(std::string_view text) {
+  if (Float usual; readUsualFloat(text, usual.value)) return usual;
   const auto begins = [](char c) { return isDigit(c) || isSign(c) || c == '.'; };
   if (text.empty() || !begins(text.front())) return Float::failure(kFloatBadBegin);
   const bool negative = takeSign(text);
-  Float result;
-  if (const ShortNumber number = readShortNumber(text); number.valid && number.digits <= kExactDouble) {
-    result.value = static_cast<double>(number.digits) / kExactPowers[number.places];
-  } else {
-    result = parseUnsignedFloat(text);
-  }
+  Float result = parseUnsignedFloat(text);
   if (negative) result.value = -result.value;
   return result;
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 #include "datatypes/parsed.h"
@@ -20,10 +21,33 @@ struct IntegerRules {
   const char* outOfRange;
 };
 
-extern const IntegerRules kInt16Rules;
-extern const IntegerRules kIntegerRules;
-extern const IntegerRules kLongRules;
-extern const IntegerRules kIntervalRules;
+inline constexpr const char* kIntegerOutOfRange = "integer constant out of range";
+
+template <class T>
+constexpr IntegerRules integerRules(const char* outOfRange) {
+  return {std::numeric_limits<T>::min(),
+          std::numeric_limits<T>::max(),
+          false,
+          "integer constant does not begin with a legal character",
+          "integer constant does not end with a legal character",
+          outOfRange};
+}
+
+inline constexpr IntegerRules kInt16Rules = integerRules<std::int16_t>("16-bit integer constant out of range");
+inline constexpr IntegerRules kIntegerRules = integerRules<std::int32_t>(kIntegerOutOfRange);
+inline constexpr IntegerRules kLongRules = {std::numeric_limits<std::int64_t>::min(),
+                                            std::numeric_limits<std::int64_t>::max(),
+                                            false,
+                                            "long constant does not begin with a legal character",
+                                            "long constant does not end with a legal character",
+                                            "long constant out of range"};
+// Required as is: an interval that is out of range gets the message of an integer.
+inline constexpr IntegerRules kIntervalRules = {std::numeric_limits<std::int64_t>::min(),
+                                                std::numeric_limits<std::int64_t>::max(),
+                                                true,
+                                                "interval constant does not begin with a legal character",
+                                                "interval constant does not end with a legal character",
+                                                kIntegerOutOfRange};
 
 // The whole text is an optional sign and decimal digits.
 Parsed<std::int64_t> parseInteger(std::string_view text, const IntegerRules& rules);

@@ -16,9 +16,11 @@
 #include "datatypes/number_text.h"
 #include "datatypes/row_formats.h"
 #include "datatypes/type_catalogue.h"
+#include "datatypes/usual_number.h"
 #include "datatypes/value_codec.h"
 #include "kyv/data_value.h"
 #include "row2/byte_order.h"
+#include "row2/line_pieces.h"
 #include "row2/row2_layout.h"
 #include "services/malloc_ptr.h"
 
@@ -26,23 +28,35 @@ namespace kyv_internal {
 
 namespace {
 
-// Copies a short text without a call: as two words that may overlap.
-void copyText(std::string_view text, unsigned char* out) {
-  const std::size_t size = text.size();
-  if (size > 16) {
-    std::memcpy(out, text.data(), size);
-  } else if (size >= 8) {
-    const auto head = load<std::uint64_t>(text.data());
-    store(out + size - 8, load<std::uint64_t>(text.data() + size - 8));
-    store(out, head);
-  } else if (size >= 4) {
-    const auto head = load<std::uint32_t>(text.data());
-    store(out + size - 4, load<std::uint32_t>(text.data() + size - 4));
-    store(out, head);
-  } else {
-    for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<unsigned char>(text[i]);
-  }
+// Where the values of one text go: memory of a caller's, which may be too small.
+struct ValueMemory {
+  unsigned char* position;
+  const unsigned char* end;
+
+  bool hasRoom(std::size_t bytes) const { return static_cast<std::size_t>(end - position) >= bytes; }
+};
+
+// Where the values of a row go: memory of the row's size, with kTextSlack bytes behind it that may be overwritten.
+struct RecordMemory {
+  unsigned char* position;
+
+  static constexpr bool hasRoom(std::size_t) { return true; }
+};
+
+void copyText(std::string_view text, const ValueMemory& out) {
+  if (!text.empty()) std::memcpy(out.position, text.data(), text.size());
 }
+
+// In blocks: most texts are one, and how long they are decides no jump.
+void copyText(PaddedText text, const RecordMemory& out) {
+  std::size_t done = 0;
+  do {
+    std::memcpy(out.position + done, text.data() + done, kTextSlack);
+    done += kTextSlack;
+  } while (done < text.size());
+}
+
+enum class ByteOrder : bool { Host, Opposite };
 
 constexpr const char* kOverflow = "output buffer overflow";
 constexpr const char* kUnknownType = "conversion to unknown type";
@@ -53,10 +67,10 @@ using UnsignedOf =
     std::conditional_t<size == 8, std::uint64_t, std::conditional_t<size == 4, std::uint32_t, std::uint16_t>>;
 
 // The one place where a fixed-size value meets the capacity and the byte order.
-template <class Stored, ByteOrder order, class Value>
-const char* storePacked(const Parsed<Value>& parsed, PackBuffer& out) {
+template <class Stored, ByteOrder order, class Value, class Memory>
+const char* storePacked(const Parsed<Value>& parsed, Memory& out) {
   if (parsed.error != nullptr) return parsed.error;
-  if (out.room() < sizeof(Stored)) return kOverflow;
+  if (!out.hasRoom(sizeof(Stored))) return kOverflow;
   const auto value = static_cast<Stored>(parsed.value);
   if constexpr (sizeof(Stored) == 1) {
     store(out.position, value);
@@ -68,9 +82,10 @@ const char* storePacked(const Parsed<Value>& parsed, PackBuffer& out) {
   return nullptr;
 }
 
-const char* packString(std::string_view text, PackBuffer& out) {
-  if (out.room() <= text.size()) return kOverflow;
-  copyText(text, out.position);
+template <class Text, class Memory>
+const char* packString(Text text, Memory& out) {
+  if (!out.hasRoom(text.size() + 1)) return kOverflow;
+  copyText(text, out);
   out.position[text.size()] = 0;
   out.position += text.size() + 1;
   return nullptr;
@@ -80,14 +95,16 @@ const char* packString(std::string_view text, PackBuffer& out) {
 std::size_t binaryEstimate(std::string_view text) { return text.size() / 2; }
 
 // The length is written before the digits are looked at. The position stays before it.
-const char* packBinaryLength(std::size_t estimate, PackBuffer& out) {
-  if (out.room() < kBinaryPrefixSize + estimate) return kOverflow;
+template <class Memory>
+const char* packBinaryLength(std::size_t estimate, Memory& out) {
+  if (!out.hasRoom(kBinaryPrefixSize + estimate)) return kOverflow;
   store(out.position, bigEndian(static_cast<std::uint32_t>(estimate)));
   return nullptr;
 }
 
 // After a failure some digits may have been written.
-const char* packBinary(std::string_view text, PackBuffer& out) {
+template <class Memory>
+const char* packBinary(std::string_view text, Memory& out) {
   const std::size_t estimate = binaryEstimate(text);
   if (const char* error = packBinaryLength(estimate, out)) return error;
   const Parsed<std::size_t> written = parseHex(text, {out.position + kBinaryPrefixSize, estimate});
@@ -96,7 +113,7 @@ const char* packBinary(std::string_view text, PackBuffer& out) {
   return nullptr;
 }
 
-const char* packOnlyBinaryLength(std::string_view text, PackBuffer& out) {
+const char* packOnlyBinaryLength(std::string_view text, ValueMemory& out) {
   const char* const error = packBinaryLength(binaryEstimate(text), out);
   return error != nullptr ? error : kBadBinary;
 }
@@ -108,22 +125,24 @@ void storeDecimal(unsigned char* out, Coefficient coefficient, unsigned int prec
   std::memset(out + kDecimalUnusedOffset, 0, kDecimalSize - kDecimalUnusedOffset);
 }
 
-template <ByteOrder order>
-const char* packDecimal(unsigned int type, std::string_view text, PackBuffer& out) {
+template <ByteOrder order, class Memory>
+const char* packDecimal(unsigned int type, std::string_view text, Memory& out) {
   const unsigned int precision = precisionOf(type);
   const unsigned int scale = scaleOf(type);
   const auto parsed = parseDecimal(text, static_cast<int>(precision), static_cast<int>(scale));
   if (parsed.error != nullptr) return parsed.error;
-  if (out.room() < kDecimalSize) return kOverflow;
+  if (!out.hasRoom(kDecimalSize)) return kOverflow;
   storeDecimal(out.position, parsed.value, precision, scale);
   if (order == ByteOrder::Opposite) reverseDecimal(out.position);
   out.position += kDecimalSize;
   return nullptr;
 }
 
-template <ByteOrder order>
-[[gnu::always_inline]] inline const char* pack(const ColumnType& column, std::string_view text,
-                                               const FormatSet& formats, PackBuffer& out) {
+// Converts a text and writes the packed value, moving the position behind it. Otherwise the static message that says
+// why not; then nothing was written, except perhaps a binary value's length and bytes.
+template <ByteOrder order, class Text, class Memory>
+[[gnu::always_inline]] inline const char* pack(const ColumnType& column, Text text, const FormatSet& formats,
+                                               Memory& out) {
   switch (column.kind) {
     case Kind::Int16:
       return storePacked<std::int16_t, order>(parseInteger(text, kInt16Rules), out);
@@ -159,33 +178,76 @@ template <ByteOrder order>
   return kUnknownType;
 }
 
-}  // namespace
-
-const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats, ByteOrder order,
-                     PackBuffer& out) {
+// The same for one text of a caller's.
+const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats, bool swap,
+                     ValueMemory& out) {
   // A record that fails is thrown away; here the bytes are a caller's, and stay as they are.
   if (column.kind == Kind::Binary && !holdsHexBytes(text, binaryEstimate(text))) return packOnlyBinaryLength(text, out);
-  return order == ByteOrder::Host ? pack<ByteOrder::Host>(column, text, formats, out)
-                                  : pack<ByteOrder::Opposite>(column, text, formats, out);
+  return swap ? pack<ByteOrder::Opposite>(column, text, formats, out)
+              : pack<ByteOrder::Host>(column, text, formats, out);
 }
 
-PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
-                        unsigned char* record, std::size_t room) {
-  PackBuffer out{record + payloadOffset(fields.size()), record + room};
-  unsigned char* entry = record + kTableOffset;
-  for (std::size_t i = 0; i < fields.size(); ++i, entry += kEntrySize) {
-    const RowField& field = fields[i];
-    if (field.data == nullptr) {
-      store(entry, std::int32_t{0});
-      continue;
-    }
-    store(entry, static_cast<std::int32_t>(out.position - record));
-    const char* const error = pack<ByteOrder::Host>(columns[i], field.text(), formats, out);
-    if (error != nullptr) return {.column = i, .error = error};
+// A record's values, written one behind another, and their entries in its offset table.
+class ColumnWriter {
+ public:
+  ColumnWriter(std::size_t columns, const FormatSet& formats, unsigned char* record)
+      : formats_(formats), record_(record), entry_(record + kTableOffset), out_{record + payloadOffset(columns)} {}
+
+  void addNull() { addEntry(0); }
+  // Null, or the message that says why the text is no value.
+  [[gnu::always_inline]] const char* add(const ColumnType& column, PaddedText text) {
+    addEntry(size());
+    return pack<ByteOrder::Host>(column, text, formats_, out_);
   }
-  const auto bytes = static_cast<std::size_t>(out.position - record);
-  store(entry, static_cast<std::int32_t>(bytes));
-  return {.bytes = bytes};
+  // Returns the bytes of the record.
+  std::size_t finish() {
+    addEntry(size());
+    return size();
+  }
+
+ private:
+  std::size_t size() const { return static_cast<std::size_t>(out_.position - record_); }
+  void addEntry(std::size_t offset) {
+    store(entry_, static_cast<std::int32_t>(offset));
+    entry_ += kEntrySize;
+  }
+
+  const FormatSet& formats_;
+  unsigned char* const record_;
+  unsigned char* entry_;
+  RecordMemory out_;
+};
+
+}  // namespace
+
+PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
+                        unsigned char* record) {
+  ColumnWriter writer(columns.size(), formats, record);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (fields[i].data == nullptr) {
+      writer.addNull();
+    } else if (const char* const error = writer.add(columns[i], fields[i].text())) {
+      return {i, error};
+    }
+  }
+  writer.finish();
+  return {};
+}
+
+std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
+                     const FormatSet& formats, unsigned char* record) {
+  ColumnWriter writer(columns.size(), formats, record);
+  LinePieces pieces(line, separator);
+  PaddedText piece;
+  for (const ColumnType& column : columns) {
+    if (!pieces.next(piece) || isQuote(*piece.data())) return 0;
+    if (piece.empty()) {
+      writer.addNull();
+    } else if (writer.add(column, piece) != nullptr) {
+      return 0;
+    }
+  }
+  return pieces.next(piece) ? 0 : writer.finish();
 }
 
 }  // namespace kyv_internal
@@ -243,9 +305,8 @@ unsigned int convertFromStringAndPack(const unsigned int& type, bool swap, const
                                       const char* timeFormat) {
   const kyv_internal::ColumnType column = kyv_internal::columnTypeOf(type);
   const kyv_internal::SingleFormat format(column.kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
-  const auto order = swap ? kyv_internal::ByteOrder::Opposite : kyv_internal::ByteOrder::Host;
-  kyv_internal::PackBuffer packed{out, out + capacity};
-  const char* const message = kyv_internal::packText(column, text, format.set(), order, packed);
+  kyv_internal::ValueMemory packed{out, out + capacity};
+  const char* const message = kyv_internal::packText(column, text, format.set(), swap, packed);
   if (message == nullptr) return static_cast<unsigned int>(packed.position - out);
   error = message;
   return kFailed;

@@ -2,7 +2,11 @@
 
 // Reads an unsigned number of at most 16 characters without a loop: the characters are loaded at the high end of one or
 // two blocks, the point is closed up, and what is left must be digits. Longer and stranger texts are the caller's.
+//
+// A plain text of at most 8 characters needs one block only; a padded one is always taken as two, because a jump that
+// goes wrong costs more than a block.
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <string_view>
@@ -12,10 +16,23 @@
 namespace kyv_internal {
 
 struct ShortNumber {
-  std::uint64_t digits = 0;  // as if the point were not there
-  std::size_t places = 0;    // digits behind the point
-  bool valid = false;
+  std::uint64_t digits = 0;      // as if the point were not there
+  std::size_t places = kNoText;  // digits behind the point
+
+  bool valid() const { return places != kNoText; }
+
+  static constexpr std::size_t kNoText = ~std::size_t{0};
 };
+
+// The bytes that belong to a text of 0 to 16 characters in the two blocks that end where it does.
+inline constexpr std::array<std::array<DigitBlock, 2>, kPieceDigits + 1> kOwnBytes = [] {
+  std::array<std::array<DigitBlock, 2>, kPieceDigits + 1> own{};
+  for (std::size_t size = 1; size <= kPieceDigits; ++size) {
+    own[size][0] = size > kBlockDigits ? ~DigitBlock{0} << 8 * (kPieceDigits - size) : 0;
+    own[size][1] = size < kBlockDigits ? ~DigitBlock{0} << 8 * (kBlockDigits - size) : ~DigitBlock{0};
+  }
+  return own;
+}();
 
 // Closes up a block whose only fault is a "." that some digits stand before: they move on by one, and `carry` comes in
 // first. Returns the number of digits behind the point.
@@ -32,17 +49,15 @@ inline bool isPoint(std::string_view text, DigitBlock faults, std::size_t places
 }
 
 inline ShortNumber readOneBlock(std::string_view text) {
-  DigitBlock digits = loadFewDigits(text.data(), text.size());
+  DigitBlock digits = loadFewDigits(text);
   const DigitBlock faults = faultsOf(digits);
-  if (faults == 0) return {blockValue(digits), 0, true};
+  if (faults == 0) return {blockValue(digits), 0};
   const std::size_t places = closePoint(digits, faults & -faults, 0);
-  return {blockValue(digits), places, isPoint(text, faults, places)};
+  return {blockValue(digits), isPoint(text, faults, places) ? places : ShortNumber::kNoText};
 }
 
-inline ShortNumber readTwoBlocks(std::string_view text) {
-  const std::size_t headSize = text.size() - kBlockDigits;
-  DigitBlock high = loadHeadDigits(text.data(), headSize);
-  DigitBlock low = loadDigits(text.data() + headSize);
+// The blocks of a text, and the text for its length.
+inline ShortNumber readTwoBlocks(DigitBlock high, DigitBlock low, std::string_view text) {
   const DigitBlock highFaults = faultsOf(high);
   const DigitBlock lowFaults = faultsOf(low);
   std::size_t places = 0;
@@ -55,13 +70,27 @@ inline ShortNumber readTwoBlocks(std::string_view text) {
     places = kBlockDigits + closePoint(high, highFaults & -highFaults, 0);
     valid = isPoint(text, highFaults, places);
   }
-  return {blockValue(high) * kBlockRange + blockValue(low), places, valid};
+  return {blockValue(high) * kBlockRange + blockValue(low), valid ? places : ShortNumber::kNoText};
+}
+
+inline ShortNumber readBlocks(std::string_view text) {
+  if (text.size() <= kBlockDigits) return readOneBlock(text);
+  const std::size_t headSize = text.size() - kBlockDigits;
+  return readTwoBlocks(loadHeadDigits(text.data(), headSize), loadDigits(text.data() + headSize), text);
+}
+
+inline ShortNumber readBlocks(PaddedText text) {
+  static_assert(kTextSlack >= kPieceDigits);
+  const char* const end = text.data() + text.size();
+  const DigitBlock* const own = kOwnBytes[text.size()].data();
+  return readTwoBlocks(loadDigits(end - kPieceDigits) & own[0], loadDigits(end - kBlockDigits) & own[1], text);
 }
 
 // Digits with at most one "." among, before or behind them. Not valid: any other text, and one above 16 characters.
-inline ShortNumber readShortNumber(std::string_view text) {
-  if (text.empty() || text.size() > kPieceDigits || text == ".") return {};
-  return text.size() <= kBlockDigits ? readOneBlock(text) : readTwoBlocks(text);
+template <class Text>
+ShortNumber readShortNumber(Text text) {
+  if (text.empty() || text.size() > kPieceDigits || (text.size() == 1 && text.front() == '.')) return {};
+  return readBlocks(text);
 }
 
 }  // namespace kyv_internal

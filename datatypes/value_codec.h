@@ -16,39 +16,23 @@
 
 namespace kyv_internal {
 
-enum class ByteOrder : bool { Host, Opposite };
-
-// Where packed values go, one behind another.
-struct PackBuffer {
-  unsigned char* position;
-  const unsigned char* end;
-
-  std::size_t room() const { return static_cast<std::size_t>(end - position); }
-};
-
-// Bytes that a text takes when packed as a type. Exact for every text that packs.
-inline std::size_t packedSize(const ColumnType& column, std::string_view text) {
-  if (column.size != 0) return column.size;
-  if (column.kind == Kind::String) return text.size() + 1;
-  return column.kind == Kind::Binary ? text.size() / 2 + kBinaryPrefixSize : 0;
-}
-
-// Converts a text and writes the packed value, moving the position behind it. Otherwise the static message that says
-// why not; then nothing was written, except perhaps a binary value's length.
-[[nodiscard]] const char* packText(const ColumnType& column, std::string_view text, const FormatSet& formats,
-                                   ByteOrder order, PackBuffer& out);
-
-// The bytes of the record; or with an error the column that could not be packed.
+// The column that could not be packed, with its message; no message when all were.
 struct PackedFields {
-  std::size_t bytes = 0;
   std::size_t column = 0;
   const char* error = nullptr;
 };
 
-// Packs a row's fields one behind another, behind the offset table of a record that has `room` bytes, and writes the
-// table: what packText does, for all columns in one go, but that a record that fails may hold anything.
+// Packs a row's fields one behind another, behind the offset table of a record, and writes the table. The record is as
+// long as packedSize() says of the fields, with kTextSlack bytes behind it that may be overwritten; when a field fails
+// it may hold anything.
 [[nodiscard]] PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
-                                      const FormatSet& formats, unsigned char* record, std::size_t room);
+                                      const FormatSet& formats, unsigned char* record);
+
+// The same for the pieces of a delimited line without its end, in line memory, when nothing is out of the ordinary: no
+// piece begins with a quote, there is one for each column, and all convert. Returns the bytes of the record, else 0. No
+// value takes more than kDecimalSize bytes beside its text's.
+[[nodiscard]] std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
+                                   const FormatSet& formats, unsigned char* record);
 
 // How values become text.
 enum class TextStyle : std::uint8_t {

@@ -19,15 +19,14 @@ namespace {
 
 using DALVON::Kyv::strprintf;
 
-// Up to here a record is first written to memory that may be too big for it, which saves sizing it beforehand.
-constexpr std::size_t kSmallRoom = 2048;
 constexpr std::size_t kMostBytes = std::numeric_limits<std::int32_t>::max();
 
 std::size_t recordSize(const RowSource& source) {
   std::size_t size = payloadOffset(source.fields.size());
-  for (std::size_t i = 0; i < source.fields.size(); ++i) {
-    const RowField& field = source.fields[i];
-    if (field.data != nullptr) size += packedSize(source.columns[i], field.text());
+  const ColumnType* column = source.columns.data();
+  for (const RowField& field : source.fields) {
+    const bool present = field.data != nullptr;
+    size += packedSize(*column++, field.size) & -std::size_t{present};
   }
   return size;
 }
@@ -38,7 +37,7 @@ void writeHeader(unsigned char* record, std::size_t size, const RowSource& sourc
   store(record + kOpcodeOffset, static_cast<std::int32_t>(source.operation));
   store(record + kStreamIdOffset, static_cast<std::int32_t>(source.schema.getStreamId()));
   store(record + kFlagsOffset, kHostByteOrderFlag | shine);
-  store(record + kCountsOffset, static_cast<std::uint32_t>(source.fields.size()) & kColumnCountMask);
+  store(record + kCountsOffset, static_cast<std::uint32_t>(source.columns.size()) & kColumnCountMask);
 }
 
 void reportColumn(const RowSource& source, std::size_t column, const char* message, ConnectionErrors& errors) {
@@ -58,25 +57,14 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
   return 0;
 }
 
-// Enough room for the record: a quick estimate when that is small, else its size. 0 with a message as above.
-std::size_t roomFor(const RowSource& source, ConnectionErrors& errors) {
-  // No value takes more than its text and the bytes of the longest fixed-size type.
-  std::size_t room = payloadOffset(source.fields.size()) + source.fields.size() * kDecimalSize;
-  for (const RowField& field : source.fields) room += field.size;
-  return room <= kSmallRoom ? room : checkedSize(source, errors);
-}
-
-// The size of the record, or 0 with a message.
-std::size_t writeRecord(unsigned char* record, std::size_t room, const RowSource& source, ConnectionErrors& errors,
-                        int& failedColumn) {
-  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record, room);
-  if (packed.error == nullptr) {
-    writeHeader(record, packed.bytes, source);
-    return packed.bytes;
-  }
+bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
+                 int& failedColumn) {
+  writeHeader(record, size, source);
+  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record);
+  if (packed.error == nullptr) return true;
   failedColumn = static_cast<int>(packed.column);
   reportColumn(source, packed.column, packed.error, errors);
-  return 0;
+  return false;
 }
 
 MallocPtr<unsigned char> allocate(std::size_t size) {
@@ -85,10 +73,22 @@ MallocPtr<unsigned char> allocate(std::size_t size) {
   return memory;
 }
 
-void* buildSmall(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
-  unsigned char record[kSmallRoom];
-  const std::size_t size = writeRecord(record, sizeof record, source, errors, failedColumn);
-  return size != 0 ? std::memcpy(allocate(size).release(), record, size) : nullptr;
+// A line's record is written to memory of this size, which saves sizing it beforehand.
+constexpr std::size_t kUsualRoom = 2048;
+
+// Whether a record of the line surely fits in.
+bool fitsUsualRoom(const RowSource& source, std::size_t lineSize) {
+  const std::size_t columns = source.columns.size();
+  return columns <= kUsualRoom && lineSize <= kUsualRoom &&
+         payloadOffset(columns) + columns * kDecimalSize + lineSize + kTextSlack <= kUsualRoom;
+}
+
+// The bytes of the record, or 0.
+std::size_t writeUsualRecord(const RowSource& source, std::span<const char> line, char separator,
+                             unsigned char* record) {
+  const std::size_t size = packLine(source.columns, line, separator, source.formats.set(), record);
+  if (size != 0) writeHeader(record, size, source);
+  return size;
 }
 
 unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }
@@ -97,18 +97,31 @@ unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static
 
 void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
   failedColumn = kNoColumn;
-  const std::size_t room = roomFor(source, errors);
-  if (room == 0) return nullptr;
-  if (room <= kSmallRoom) return buildSmall(source, errors, failedColumn);
-  auto record = allocate(room);
-  return writeRecord(record.get(), room, source, errors, failedColumn) != 0 ? record.release() : nullptr;
+  const std::size_t size = checkedSize(source, errors);
+  if (size == 0) return nullptr;
+  auto record = allocate(size + kTextSlack);
+  return writeRecord(record.get(), size, source, errors, failedColumn) ? record.release() : nullptr;
+}
+
+void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator) {
+  if (!fitsUsualRoom(source, line.size())) return nullptr;
+  unsigned char record[kUsualRoom];
+  const std::size_t size = writeUsualRecord(source, line, separator, record);
+  return size != 0 ? std::memcpy(allocate(size).release(), record, size) : nullptr;
 }
 
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out) {
   failedColumn = kNoColumn;
-  const std::size_t room = roomFor(source, errors);
-  if (room == 0) return false;
-  const std::size_t size = writeRecord(asBytes(out.prepare(room)), room, source, errors, failedColumn);
+  const std::size_t size = checkedSize(source, errors);
+  if (size == 0 || !writeRecord(asBytes(out.prepare(size + kTextSlack)), size, source, errors, failedColumn))
+    return false;
+  out.commit(size);
+  return true;
+}
+
+bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out) {
+  if (!fitsUsualRoom(source, line.size())) return false;
+  const std::size_t size = writeUsualRecord(source, line, separator, asBytes(out.prepare(kUsualRoom)));
   out.commit(size);
   return size != 0;
 }

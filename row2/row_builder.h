@@ -30,7 +30,12 @@ struct RowSource {
 // convert in `failedColumn` (kNoColumn when none did not).
 void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn);
 
-// The same record behind what `out` holds. On failure `out` is as before.
+// The same record, whose columns are the pieces of a line in line memory; `source` has no fields. Null, with nothing
+// done, for a line in which something is out of the ordinary.
+void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator);
+
+// Both records behind what `out` holds. On failure `out` is as before.
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out);
+bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out);
 
 }  // namespace kyv_internal

@@ -3,15 +3,16 @@
 // One column's text on its way into a record.
 
 #include <cstddef>
-#include <string_view>
+
+#include "datatypes/padded_text.h"
 
 namespace kyv_internal {
 
 struct RowField {
-  const char* data = nullptr;  // null: a NULL column
+  const char* data = nullptr;  // null: a NULL column; else a padded text
   std::size_t size = 0;
 
-  std::string_view text() const { return {data, size}; }
+  PaddedText text() const { return {data, size}; }
 };
 
 }  // namespace kyv_internal

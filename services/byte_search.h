@@ -1,13 +1,11 @@
 #pragma once
 
-// Finding every occurrence of one character in a text, 64 bytes a step, as bits of a word: the splitter of delimited
-// lines.
+// Finding every occurrence of one character in 64 bytes, as bits of a word: the splitter of delimited lines.
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string_view>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -16,7 +14,6 @@
 namespace kyv_internal {
 
 inline constexpr std::size_t kSearchBlock = 64;
-inline constexpr std::size_t kSearchStep = 16;
 
 // The portable route: bit i is set when byte i of eight is `wanted`.
 inline std::uint64_t matchEight(const char* bytes, char wanted) {
@@ -46,40 +43,6 @@ inline std::uint64_t matchSixteen(const char* bytes, char wanted) {
 inline std::uint64_t matchBlock(const char* bytes, char wanted) {
   return matchSixteen(bytes, wanted) | matchSixteen(bytes + 16, wanted) << 16 | matchSixteen(bytes + 32, wanted) << 32 |
          matchSixteen(bytes + 48, wanted) << 48;
-}
-
-// The same for the text's last bytes, from `begin` on: fewer than 64. Nothing behind the text is read, but the bytes
-// before `begin` may be.
-inline std::uint64_t matchTail(std::string_view text, std::size_t begin, char wanted) {
-  const std::size_t size = text.size() - begin;
-  std::uint64_t mask = 0;
-  std::size_t done = 0;
-  for (; done + kSearchStep <= size; done += kSearchStep) {
-    mask |= matchSixteen(text.data() + begin + done, wanted) << done;
-  }
-  if (done == size) return mask;
-  const std::size_t rest = size - done;
-  if (text.size() >= kSearchStep) {  // the last sixteen bytes, less those that were seen
-    return mask | matchSixteen(text.data() + text.size() - kSearchStep, wanted) >> (kSearchStep - rest) << done;
-  }
-  char padded[kSearchStep] = {};
-  std::memcpy(padded, text.data(), text.size());
-  return matchSixteen(padded, wanted) & ((std::uint64_t{1} << rest) - 1);
-}
-
-// The occurrences in the 64 bytes from `begin` on, or in those that are left.
-inline std::uint64_t matchFrom(std::string_view text, std::size_t begin, char wanted) {
-  return text.size() - begin >= kSearchBlock ? matchBlock(text.data() + begin, wanted) : matchTail(text, begin, wanted);
-}
-
-// Calls `found(position)` for each occurrence in order, until it returns false.
-template <class Found>
-void forEachMatch(std::string_view text, char wanted, Found found) {
-  for (std::size_t block = 0; block < text.size(); block += kSearchBlock) {
-    for (std::uint64_t mask = matchFrom(text, block, wanted); mask != 0; mask &= mask - 1) {
-      if (!found(block + static_cast<std::size_t>(std::countr_zero(mask)))) return;
-    }
-  }
 }
 
 }  // namespace kyv_internal

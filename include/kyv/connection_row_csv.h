@@ -7,7 +7,9 @@
 // or double, loses both. An empty field is a NULL column. The line end (line feed, carriage return, both) does not
 // count.
 
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -51,16 +53,24 @@ class KYV_EXPORT ConnectionRowCsv : public ConnectionRow {
   int failedColumn() const { return failedColumn_; }
 
  private:
-  // Reads a line without its line end: what a conversion starts from, its fields lying in the line; nothing, with a
-  // message, when the line cannot become a record. `writable` is the line's first byte when it may be altered, else
-  // null.
-  std::optional<kyv_internal::RowSource> source(std::string_view line, char* writable, unsigned long recordNo,
-                                                ConnectionErrors& errors);
+  struct Line;
 
-  char* buffer_ = nullptr;  // from malloc
+  static constexpr int kUnknownLength = -1;
+
+  void replaceBuffer(std::size_t size);
+  std::span<char> takeLine();
+  std::span<char> copy(std::string_view line);
+  std::optional<kyv_internal::RowSource> source(Line& line, unsigned long recordNo, ConnectionErrors& errors);
+  bool split(const Line& line, kyv_internal::RowSource& row, ConnectionErrors& errors);
+
+  char* buffer_ = nullptr;  // padded memory
   int capacity_ = 0;
   char separator_ = ',';
   bool withService_ = false;
   int failedColumn_ = -1;
+  int length_ = kUnknownLength;  // of the line in the buffer
+  bool isLent_ = false;          // the buffer is known to others, who may write to it at any time
+  char* copy_ = nullptr;         // padded memory, for a line of a caller's
+  std::size_t copyCapacity_ = 0;
   std::vector<kyv_internal::RowField> fields_;  // of the line being converted
 };

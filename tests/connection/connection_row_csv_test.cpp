@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -173,6 +174,76 @@ TEST(ConnectionRowCsv, KeepsItsBufferWhileItIsLargeEnough) {
   row.clear();
   EXPECT_EQ(row.getStreamType(), nullptr);
   EXPECT_EQ(errors.report(), "");
+}
+
+TEST(ConnectionRowCsv, SeesWhatOthersWriteToTheBufferThatTheyWereGiven) {
+  TestSchema schema({{"A", kString}});
+  ConnectionRowCsv row;
+  row.setStreamType(&schema, false);
+  char* const buffer = row.allocBuffer(8);
+  char line[] = "abcdef", longer[] = "abcdefghijkl";
+  ConnectionErrors errors;
+  row.setBuffer(line);
+  std::strcpy(buffer, "xy");
+  EXPECT_EQ(shown(row.toRow(1, &errors), schema, errors), "p xy");
+  std::strcpy(buffer, "xyz");
+  EXPECT_EQ(shown(row.toRow(1, &errors), schema, errors), "p xyz");
+  row.setBuffer(longer);
+  EXPECT_EQ(shown(row.toRow(1, &errors), schema, errors), "p abcdefghijkl");
+  row.setBuffer(line);
+  row.clearData();
+  EXPECT_EQ(shown(row.toRow(1, &errors), schema, errors), "p -");
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+  std::string line;
+  for (const std::string& text : texts) line += (&text == texts.data() ? "" : ",") + text;
+  return line;
+}
+
+// Lines without quotes take a shorter way than those with; both must give what the fields give by themselves.
+TEST(ConnectionRowCsv, ConvertsALineLikeItsFields) {
+  TestSchema schema({{"A", kLong},
+                     {"B", kString},
+                     {"C", kFloat},
+                     {"D", kMoney2},
+                     {"E", kBoolean},
+                     {"F", kBinary},
+                     {"G", kTimestamp},
+                     {"H", kString}});
+  ConnectionRowCsv row;
+  ConnectionRowByOrder fields;
+  row.setStreamType(&schema, false);
+  fields.setStreamType(&schema, false);
+  std::mt19937 random(1);
+  const auto pick = [&](std::vector<std::string> texts) { return texts[random() % texts.size()]; };
+  for (int i = 0; i < 4'000; ++i) {
+    const std::string name(random() % 40, 'n');
+    const std::string note(i % 50 == 0 ? 1500 + random() % 400 : random() % 20, 'x');
+    const std::vector<std::string> texts = {
+        pick({"", "1", "-22", "1234567890", "12345678901234567", "9223372036854775807", "1x"}),
+        name,
+        pick({"", "1.5", ".25", "12345678.5", "-1e9", "0.1234567890123456789"}),
+        pick({"", "1", "100.00", "-123456789.5", "1.239"}),
+        pick({"", "true", "false", "no", "TRUE"}),
+        pick({"", "00FF", "a1B2c3"}),
+        pick({"", "2009-02-13 23:31:30", "2009-02-13 23:31:30.123"}),
+        note};
+    fields.clearData();
+    for (const std::string& text : texts) fields.appendFieldAsString(text.empty() ? nullptr : text.c_str());
+    ConnectionErrors expectedErrors, errors;
+    const std::string expected = takeHex(fields.toRow(1, &expectedErrors));
+    std::vector<std::string> quoted = texts;
+    quoted.back() = '"' + note + '"';
+    for (std::string line : {joined(texts), joined(quoted)}) {
+      kyv::ByteBuffer out;
+      ASSERT_EQ(row.appendRow(line, 1, errors, out), expected != "null") << line;
+      ASSERT_EQ(toHex(out.view()), expected == "null" ? "" : expected) << line;
+      row.setBuffer(line.data());
+      ASSERT_EQ(takeHex(row.toRow(1, &errors)), expected) << line;
+    }
+    EXPECT_EQ(errors.size(), 4 * expectedErrors.size());
+  }
 }
 
 TEST(ConnectionRowCsv, NewRowsHaveTheSeparatorAndTheService) {

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "row2/line_pieces.h"
 #include "services/byte_search.h"
 
 namespace {
@@ -30,13 +33,16 @@ TEST(CsvLine, LosesAPairOfTheSameQuotes) {
 }
 
 // The fields that a line is split into with room for three, "-" for a null one, and how many it said there are.
-std::string split(const std::string& line, char* writable) {
+std::string split(std::string& line) {
+  const kyv_internal::PaddedMemory memory = kyv_internal::allocateLine(line.size());
+  std::copy(line.begin(), line.end(), memory.get());
   std::vector<RowField> fields(3);
-  const std::size_t count = kyv_internal::splitFields(line, writable, ',', fields);
+  const std::size_t count = kyv_internal::splitFields({memory.get(), line.size()}, ',', fields);
   std::string text = std::to_string(count) + ":";
   for (std::size_t i = 0; i < std::min<std::size_t>(count, 3); ++i) {
     text += fields[i].data == nullptr ? " -" : " " + std::string(fields[i].text());
   }
+  line.assign(memory.get(), line.size());
   return text;
 }
 
@@ -56,35 +62,44 @@ TEST(CsvLine, SplitsAtEverySeparatorWhateverTheQuotes) {
   };
   for (const auto& row : rows) {
     std::string line = row.line;
-    EXPECT_EQ(split(line, nullptr), row.fields);
-    EXPECT_EQ(line, row.line) << "left alone";
-    EXPECT_EQ(split(line, line.data()), row.fields);
+    EXPECT_EQ(split(line), row.fields);
     EXPECT_EQ(line, row.altered) << "closing quotes are overwritten";
   }
 }
 
-TEST(ByteSearch, BothRoutesFindWhatALoopFinds) {
+TEST(LinePieces, AreWhatALoopFinds) {
   std::mt19937 random(7);
   const std::string alphabet = ",,\0\x80\xFF\x2D\x2B a"s;  // neighbours of the comma's bits among them
   for (std::size_t length = 0; length <= 300; ++length) {
-    std::vector<char> memory(length + length % 9);  // odd addresses, and nothing behind the text
-    for (char& c : memory) c = alphabet[random() % alphabet.size()];
-    const std::string_view text(memory.data() + length % 9, length);
+    const kyv_internal::PaddedMemory memory = kyv_internal::allocateLine(length);
+    std::generate_n(memory.get(), length, [&] { return alphabet[random() % alphabet.size()]; });
+    std::fill_n(memory.get() + length, kyv_internal::kSearchBlock, ',');  // which is behind the line
+    const std::string text(memory.get(), length);
+    for (const char separator : {',', '\0', '\xFF'}) {
+      kyv_internal::LinePieces pieces({memory.get(), length}, separator);
+      kyv_internal::PaddedText piece;
+      for (std::size_t begin = 0, end = 0; begin <= length; begin = end + 1) {
+        end = std::min(text.find(separator, begin), length);
+        ASSERT_TRUE(pieces.next(piece)) << length;
+        ASSERT_EQ(piece, text.substr(begin, end - begin)) << length;
+      }
+      EXPECT_FALSE(pieces.next(piece)) << length;
+    }
+  }
+}
+
+TEST(ByteSearch, BothRoutesFindWhatALoopFinds) {
+  std::mt19937 random(8);
+  const std::string alphabet = ",,\0\x80\xFF\x2D\x2B a"s;
+  for (int round = 0; round < 1000; ++round) {
+    std::array<char, kyv_internal::kSearchBlock> text;
+    std::generate(text.begin(), text.end(), [&] { return alphabet[random() % alphabet.size()]; });
     for (const char wanted : {',', '\0', '\xFF'}) {
-      std::vector<std::size_t> expected, found;
-      for (std::size_t i = 0; i < length; ++i) {
-        if (text[i] == wanted) expected.push_back(i);
-      }
-      kyv_internal::forEachMatch(text, wanted, [&](std::size_t at) { return found.push_back(at), true; });
-      EXPECT_EQ(found, expected) << length;
-      for (std::size_t i = 0; i + 8 <= length; ++i) {
-        std::uint64_t bits = 0;
-        for (std::size_t k = 0; k < 8; ++k) bits |= std::uint64_t{text[i + k] == wanted} << k;
-        ASSERT_EQ(kyv_internal::matchEight(text.data() + i, wanted), bits) << length << " " << i;
-      }
-      std::size_t calls = 0;
-      kyv_internal::forEachMatch(text, wanted, [&](std::size_t) { return ++calls < 2; });
-      EXPECT_EQ(calls, std::min<std::size_t>(expected.size(), 2)) << "stops when told to";
+      std::uint64_t expected = 0, portable = 0;
+      for (std::size_t i = 0; i < text.size(); ++i) expected |= std::uint64_t{text[i] == wanted} << i;
+      for (std::size_t i = 0; i < text.size(); i += 8) portable |= kyv_internal::matchEight(&text[i], wanted) << i;
+      EXPECT_EQ(kyv_internal::matchBlock(text.data(), wanted), expected);
+      EXPECT_EQ(portable, expected);
     }
   }
 }

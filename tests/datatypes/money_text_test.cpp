@@ -10,6 +10,7 @@
 #include <string>
 
 #include "datatypes/digit_block.h"
+#include "datatypes/usual_number.h"
 #include "tests/support/guarded_text.h"
 
 namespace kyv_internal {
@@ -28,7 +29,7 @@ MoneyScale scaleOf(int places) {
 }
 
 Parsed<std::int64_t> parseExactly(std::string_view text, int places) {
-  return kyv_test::readExactly(text, [&](std::string_view view) { return parseMoney(view, scaleOf(places)); });
+  return kyv_test::parseBothWays(text, [&](auto view) { return parseMoney(view, scaleOf(places)); });
 }
 
 std::string outcome(const Parsed<std::int64_t>& parsed) {

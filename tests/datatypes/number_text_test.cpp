@@ -12,13 +12,14 @@
 #include <string>
 
 #include "datatypes/digit_block.h"
+#include "datatypes/usual_number.h"
 #include "tests/support/guarded_text.h"
 
 namespace kyv_internal {
 namespace {
 
+using kyv_test::parseBothWays;
 using kyv_test::printGuarded;
-using kyv_test::readExactly;
 
 std::string outcome(const Parsed<std::int64_t>& parsed) {
   return parsed.error == nullptr ? std::to_string(parsed.value) : parsed.error;
@@ -67,7 +68,7 @@ TEST(IntegerText, FollowsTheRulesOfItsType) {
       {kIntervalRules, "9223372036854775808", "integer constant out of range"},
   };
   for (const auto& row : rows) {
-    const auto parsed = readExactly(row.text, [&](std::string_view text) { return parseInteger(text, row.rules); });
+    const auto parsed = parseBothWays(row.text, [&](auto text) { return parseInteger(text, row.rules); });
     EXPECT_EQ(outcome(parsed), row.outcome) << row.text;
   }
 }
@@ -82,7 +83,7 @@ TEST(IntegerText, AgreesWithTheCLibrary) {
   std::mt19937_64 random(1);
   for (int i = 0; i < 200'000; ++i) {
     const std::string text = randomText(random, i % 4 == 0 ? "0123456789+-/: x\x10\xB0" : "0123456789", 22);
-    const auto parsed = readExactly(text, [](std::string_view view) { return parseInteger(view, kLongRules); });
+    const auto parsed = parseBothWays(text, [](auto view) { return parseInteger(view, kLongRules); });
     char* end = nullptr;
     errno = 0;
     const long long expected = std::strtoll(text.c_str(), &end, 10);
@@ -129,7 +130,7 @@ constexpr const char* kFloatBadEnd = "float constant does not end with a legal c
 constexpr const char* kFloatOutOfRange = "float constant out of range";
 
 Parsed<double> parseExactly(const std::string& text) {
-  return readExactly(text, [](std::string_view view) { return parseFloat(view); });
+  return parseBothWays(text, [](auto view) { return parseFloat(view); });
 }
 
 TEST(FloatText, RefusesWhatIsNoDecimalNumber) {

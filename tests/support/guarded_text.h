@@ -7,9 +7,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "datatypes/padded_text.h"
 
 namespace kyv_test {
 
@@ -17,6 +20,21 @@ template <class Read>
 auto readExactly(std::string_view text, Read read) {
   const std::vector<char> copy(text.begin(), text.end());
   return read(std::string_view(copy.data(), copy.size()));
+}
+
+// What `parse` makes of a text, plain or padded with digits and points, which must be the same.
+template <class Parse>
+auto parseBothWays(std::string_view text, Parse parse) {
+  const auto plain = readExactly(text, parse);
+  const std::string surrounded = "1234567.90123456" + std::string(text) + "7890.23456789012";
+  const kyv_internal::PaddedMemory memory = kyv_internal::allocatePadded(text.size());
+  std::copy(surrounded.begin(), surrounded.end(), memory.get() - kyv_internal::kTextSlack);
+  const auto padded = parse(kyv_internal::PaddedText(memory.get(), text.size()));
+  EXPECT_STREQ(padded.error, plain.error) << text;
+  if (plain.error == nullptr) {
+    EXPECT_EQ(std::memcmp(&padded.value, &plain.value, sizeof plain.value), 0) << text;
+  }
+  return plain;
 }
 
 // What `print` writes into `room` bytes; it returns the end of its text.
