@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 namespace {
 
 using enum DataTypes::TypeEnum;
+using kyv_test::columnsOf;
 using kyv_test::exactly;
 using kyv_test::fieldsOf;
 using kyv_test::HandRecord;
@@ -23,10 +25,11 @@ using kyv_test::takeHex;
 using kyv_test::TestSchema;
 using kyv_test::toHex;
 
-// Null pointers are null fields.
-void setFields(ConnectionRow& row, const std::vector<const char*>& fields) {
+// Fields parted by commas, "-" for a null one.
+void setFields(ConnectionRow& row, const std::string& fields) {
   row.clearData();
-  for (const char* field : fields) row.appendFieldAsString(field);
+  std::istringstream texts(fields + ",");
+  for (std::string text; std::getline(texts, text, ',');) row.appendFieldAsString(text == "-" ? nullptr : text.c_str());
 }
 
 // What fromRow makes of a record in exactly its memory: operation, flags and fields, or the message. Both ways agree.
@@ -84,7 +87,7 @@ TEST(ConnectionRowByOrder, ForgetsItsDataAndIsAnUpsertAgain) {
   for (int round = 0; round < 2; ++round) {
     EXPECT_TRUE(row.setFieldAsString(2, "x"));
     EXPECT_EQ(fieldsOf(row), "-,-,x") << "nothing of the round before";
-    setFields(row, {"a", std::string(10000, 'b').c_str()});
+    setFields(row, "a," + std::string(10000, 'b'));
     row.setOp('?');
     EXPECT_TRUE(row.setFlagsAsString("sx"));
     EXPECT_TRUE(row.setFlagsAsString(row.getFlagsAsString()));
@@ -106,18 +109,10 @@ TEST(ConnectionRowByOrder, ForgetsItsDataAndIsAnUpsertAgain) {
 // --- To a record ----------------------------------------------------------------------------------------------------
 
 TEST(ConnectionRowByOrder, WritesARecordToTheLastByteAndMayDoSoAgain) {
-  TestSchema schema({{"A", kInt16},
-                     {"B", kString},
-                     {"C", kDate},
-                     {"D", kBinary},
-                     {"E", kMoney2},
-                     {"F", kString},
-                     {"G", DataTypes::createFixedDecimal(10, 2)},
-                     {"H", kBoolean},
-                     {"I", kUndefined}});
+  TestSchema schema(columnsOf("int16 string date binary money(2) string decimal(10,2) boolean no-type"));
   ConnectionRowByOrder row;
   row.setStreamType(&schema, false);
-  setFields(row, {"-2", "ab", nullptr, "aBcd", "1.5", "", "1.5", "on", nullptr});
+  setFields(row, "-2,ab,-,aBcd,1.5,,1.5,on,-");
   row.setFlagsAsString("sx");
   const std::string payload =
       "feff 616200 00000002abcd 9600000000000000 00 0000000000000000 9600000000000000 020a 000000000000 01";
@@ -154,49 +149,34 @@ TEST(ConnectionRowByOrder, WritesTheOperationAndTheFlag) {
 }
 
 TEST(ConnectionRowByOrder, RefusesInAFixedOrderOfChecks) {
-  TestSchema schema({{"Id", kInteger}, {"Day", kDate}, {"At", kTimestamp}, {"Odd", kUndefined}});
-  const char* const no = nullptr;
+  TestSchema schema(columnsOf("integer date timestamp no-type"));
   const struct {
     bool stream;
     char letter;
     const char* flags;
-    std::vector<const char*> fields;
-    const char* message;
+    const char *fields, *message;
     int column;
   } rows[] = {
-      {false, 'x', "x", {"1"}, "record 9: no stream specified", -1},
-      {true, 'x', "x", {"1"}, "record 9: unknown operation 'x', not i/u/d/p", -1},
-      {true, 'p', "x", {"1"}, "record 9: unknown flag 'x', only \"s\"(shine through) supported", -1},
-      {true, 'p', "\ns", {"1"}, "record 9: unknown flag '?', only \"s\"(shine through) supported", -1},
-      {true, 'p', "s", {"1", no, no}, "record 9: wrong number fields for stream 'Trades', have 3, need 4", -1},
-      {true, 'p', no, {no, no, no, no, no}, "record 9: wrong number fields for stream 'Trades', have 5, need 4", -1},
-      {true,
-       'p',
-       no,
-       {"1.5", "x", no, no},
-       "record 9: Error converting data '1.5'->INTEGER for Stream 'Trades' Column 'Id': integer constant does not end "
+      {false, 'x', "x", "1", "record 9: no stream specified", -1},
+      {true, 'x', "x", "1", "record 9: unknown operation 'x', not i/u/d/p", -1},
+      {true, 'p', "x", "1", "record 9: unknown flag 'x', only \"s\"(shine through) supported", -1},
+      {true, 'p', "\ns", "1", "record 9: unknown flag '?', only \"s\"(shine through) supported", -1},
+      {true, 'p', "s", "1,-,-", "record 9: wrong number fields for stream 'Trades', have 3, need 4", -1},
+      {true, 'p', "", "-,-,-,-,-", "record 9: wrong number fields for stream 'Trades', have 5, need 4", -1},
+      {true, 'p', "", "1.5,x,-,-",
+       "record 9: Error converting data '1.5'->INTEGER for Stream 'Trades' Column 'A': integer constant does not end "
        "with a legal character",
        0},
-      {true,
-       'p',
-       no,
-       {"1", "2009-02-13", no, no},
-       "record 9: Error converting data '2009-02-13'->DATE for Stream 'Trades' Column 'Day': date constant does not "
+      {true, 'p', "", "1,2009-02-13,-,-",
+       "record 9: Error converting data '2009-02-13'->DATE for Stream 'Trades' Column 'B': date constant does not "
        "match format",
        1},
-      {true,
-       'p',
-       no,
-       {"1", no, "", no},
-       "record 9: Error converting data ''->TIMESTAMP for Stream 'Trades' Column 'At': timestamp constant does not "
+      {true, 'p', "", "1,-,,-",
+       "record 9: Error converting data ''->TIMESTAMP for Stream 'Trades' Column 'C': timestamp constant does not "
        "match format",
        2},
-      {true,
-       'p',
-       no,
-       {"1", no, no, "x"},
-       "record 9: Error converting data 'x'->UNKNOWN for Stream 'Trades' Column 'Odd': conversion to unknown type",
-       3},
+      {true, 'p', "", "1,-,-,x",
+       "record 9: Error converting data 'x'->UNKNOWN for Stream 'Trades' Column 'D': conversion to unknown type", 3},
   };
   for (const auto& r : rows) {
     ConnectionRowByOrder row;
@@ -213,21 +193,21 @@ TEST(ConnectionRowByOrder, RefusesInAFixedOrderOfChecks) {
     EXPECT_FALSE(row.appendRow(9, more, out));
     EXPECT_EQ(out.view(), "> ");
     EXPECT_EQ(more.report(), r.message);
-    EXPECT_EQ(row.size(), static_cast<int>(r.fields.size())) << "the fields stay";
+    EXPECT_EQ(fieldsOf(row), r.fields) << "the fields stay";
   }
 }
 
 TEST(ConnectionRowByOrder, TimestampFormatServesBigDateTimesToo) {
-  TestSchema schema({{"A", kDate}, {"B", kTimestamp}, {"C", kBigDateTime}, {"D", kTime}});
+  TestSchema schema(columnsOf("date timestamp bigdatetime time"));
   ConnectionRowByOrder row;
   row.setStreamType(&schema, false);
   row.setDateFormat("%d.%m.%Y");
   row.setTimestampFormat("%s");
   row.setTimeFormat("%Hh%M");
-  setFields(row, {"02.01.1970", "7.5", "-7.5", "01h01"});
+  setFields(row, "02.01.1970,7.5,-7.5,01h01");
   const std::unique_ptr<ConnectionRow> copy(row.createNew());
   EXPECT_EQ(copy->size(), 0) << "a new row has the settings, not the fields";
-  setFields(*copy, {"02.01.1970", "7.5", "-7.5", "01h01"});
+  setFields(*copy, "02.01.1970,7.5,-7.5,01h01");
   ConnectionErrors errors;
   const std::string payload = "8051010000000000 4c1d000000000000 60d19cffffffffff 4c0e000000000000";
   const std::string record = HandRecord{7, 5, 0, 4, {40, 48, 56, 64, 72}, payload}.bytes();
@@ -259,16 +239,7 @@ TEST(ConnectionRowByOrder, FollowsItsSchema) {
 // --- From a record --------------------------------------------------------------------------------------------------
 
 TEST(ConnectionRowByOrder, ReadsEachKindOfColumn) {
-  TestSchema schema({{"A", kInt16},
-                     {"B", kString},
-                     {"C", kFloat},
-                     {"D", kDate},
-                     {"E", kTime},
-                     {"F", kBinary},
-                     {"G", DataTypes::createFixedDecimal(9, 1)},
-                     {"H", kBoolean},
-                     {"I", kMoney},
-                     {"J", kUndefined}});
+  TestSchema schema(columnsOf("int16 string float date time binary decimal(9,1) boolean money no-type"));
   const std::string payload =
       "feff 61620000 000000000000f83f 00000002abcd 0000000000000000 0f00000000000000 0522 000000000000 00"
       "983a000000000000 00";

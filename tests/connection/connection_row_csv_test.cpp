@@ -25,7 +25,7 @@ using kyv_test::takeHex;
 using kyv_test::TestSchema;
 using kyv_test::toHex;
 
-TestSchema threeColumns() { return TestSchema({{"A", kInteger}, {"B", kString}, {"C", kFloat}}); }
+TestSchema threeColumns() { return TestSchema(kyv_test::columnsOf("integer string float")); }
 
 // The operation and fields of a record, read back; or the message. Frees the record.
 std::string shown(void* record, ConnectionRowType& schema, const ConnectionErrors& errors) {

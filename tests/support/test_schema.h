@@ -3,11 +3,13 @@
 // A schema that counts its copies and its ends, and lets a test act while a conversion runs.
 
 #include <functional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "kyv/connection_row.h"
+#include "kyv/data_types.h"
 
 namespace kyv_test {
 
@@ -50,5 +52,15 @@ class TestSchema : public ConnectionRowType {
  private:
   SchemaCounts* counts_;
 };
+
+// Columns named A, B, C and so on, of types whose names are parted by blanks.
+inline std::vector<TestSchema::Column> columnsOf(const std::string& typeNames) {
+  std::vector<TestSchema::Column> columns;
+  std::istringstream names(typeNames);
+  for (std::string name; names >> name;) {
+    columns.push_back({std::string(1, static_cast<char>('A' + columns.size())), DataTypes::stringToType(name)});
+  }
+  return columns;
+}
 
 }  // namespace kyv_test
