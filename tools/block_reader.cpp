@@ -20,9 +20,8 @@ bool BlockReader::next(Block& block) {
   block.bytes.clear();
   block.bytes.append(rest_.view());
   block.skipped = 0;
-  block.index = blocks_++;
   rest_.clear();
-  if (block.index == 0 && dropsMark_ && !fillFirst(block)) return false;
+  if (dropsMark_ && !fillFirst(block)) return false;
   block.offset = offset_;
   return inOversized_ ? nextOfOversized(block) : nextRecords(block);
 }
@@ -39,6 +38,7 @@ bool BlockReader::fill(Block& block) {
 }
 
 bool BlockReader::fillFirst(Block& block) {
+  dropsMark_ = false;
   while (!ended_ && block.bytes.size() < kByteOrderMark.size()) {
     if (!fill(block)) return false;
   }

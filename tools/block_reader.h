@@ -27,7 +27,6 @@ struct Block {
   kyv::ByteBuffer bytes;
   std::size_t skipped = 0;  // bytes at the start that are no data
   BlockKind kind = BlockKind::kRecords;
-  std::uint64_t index = 0;   // 0 for the first block
   std::uint64_t offset = 0;  // of the text, in the source
 
   std::string_view text() const { return bytes.view().substr(skipped); }
@@ -59,12 +58,11 @@ class BlockReader {
   ByteSource& source_;
   Framing& framing_;
   std::size_t mostRecordBytes_;
-  bool dropsMark_ = false;
+  bool dropsMark_ = false;  // before the first block
   bool ended_ = false;
   bool failed_ = false;
   bool inOversized_ = false;
   kyv::ByteBuffer rest_;  // bytes read that belong to the next block
-  std::uint64_t blocks_ = 0;
   std::uint64_t offset_ = 0;
 };
 

@@ -78,17 +78,24 @@ void ConversionRun::convertBlocks() {
   std::vector<Slot> slots(options_.threads);
   for (Slot& slot : slots) slot.converter = plan_.makeConverter();
   if (!plan_.preamble.empty() && !writeOutput(plan_.preamble)) return;
-  runBlocks(slots.size(), {[&](std::size_t i) { return reader_->next(slots[i].block); },
-                           [&](std::size_t i) { convert(slots[i]); }, [&](std::size_t i) { return write(slots[i]); }});
+  runBlocks(slots.size(), {[&](std::size_t i) { return read(slots[i]); }, [&](std::size_t i) { convert(slots[i]); },
+                           [&](std::size_t i) { return write(slots[i]); }});
   if (reader_->failed() && error_.empty()) error_ = input_.error();
+}
+
+// The header is in the first block that holds more than blank lines.
+bool ConversionRun::read(Slot& slot) {
+  if (!reader_->next(slot.block)) return false;
+  slot.firstLine = plan_.firstLine;
+  if (slot.block.text().find_first_not_of("\r\n") != std::string_view::npos) plan_.firstLine = FirstLine::kRow;
+  return true;
 }
 
 void ConversionRun::convert(Slot& slot) const {
   const BlockKind kind = slot.block.kind;
   const bool whole = kind == BlockKind::kRecords || (kind == BlockKind::kUnfinished && plan_.rows == RowForm::kText);
   if (!whole) return;
-  const FirstLine firstLine = slot.block.index == 0 ? plan_.firstLine : FirstLine::kRow;
-  slot.converter->convert(slot.block.text(), firstLine, slot.converted);
+  slot.converter->convert(slot.block.text(), slot.firstLine, slot.converted);
 }
 
 // False ends the run.
@@ -115,7 +122,7 @@ bool ConversionRun::write(Slot& slot) {
 
 bool ConversionRun::writeRows(const Slot& slot) {
   const ConvertedBlock& converted = slot.converted;
-  if (converted.headerBytes > 0) badRows_.setHeader(slot.block.text().substr(0, converted.headerBytes));
+  if (!converted.header.empty()) badRows_.setHeader(converted.header);
   if (!converted.badRows.empty() && !takeBadRows(slot)) return false;
   if (!writeOutput(converted.output.view())) return false;
   summary_.read += converted.rows;

@@ -47,6 +47,7 @@ class ConversionRun {
  private:
   struct Slot {
     Block block;
+    FirstLine firstLine = FirstLine::kRow;
     ConvertedBlock converted;
     std::unique_ptr<RowConverter> converter;
   };
@@ -54,6 +55,7 @@ class ConversionRun {
   bool open();
   bool checkPaths() const;
   void convertBlocks();
+  bool read(Slot& slot);
   void convert(Slot& slot) const;
   bool write(Slot& slot);
   bool writeRows(const Slot& slot);

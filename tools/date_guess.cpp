@@ -129,8 +129,8 @@ FormatList::FormatList(Kind kind, const std::optional<std::string>& named) : nam
 }
 
 void FormatList::keepFitting(std::string_view text, FormatSet& candidates) const {
-  for (std::size_t i = 0; i < formats_.size(); ++i) {
-    if (!candidates[i]) continue;
+  // The standard library's own way through the few that are left.
+  for (std::size_t i = candidates._Find_first(); i < candidates.size(); i = candidates._Find_next(i)) {
     candidates[i] = named_ ? fitsNamed(text, formats_[i]) : fitsFormat(text, formats_[i]);
   }
 }

@@ -33,7 +33,7 @@ struct ConvertedBlock {
   std::uint32_t rows = 0;
   std::uint32_t blankLines = 0;  // skipped: they are no rows
   std::uint32_t lines = 0;
-  std::size_t headerBytes = 0;
+  std::string_view header;  // the header's line in the block
 
   // Keeps the memory.
   void clear();
@@ -47,6 +47,7 @@ struct RowFault {
   std::size_t fieldEnd = 0;
 };
 
+// What the first line is that is not blank; blank lines above a header never count as rows.
 enum class FirstLine { kRow, kHeader };
 
 class RowConverter {

@@ -261,6 +261,8 @@ bool readSchemaFile(const std::string& path, SchemaFile& schema, std::string& er
   return false;
 }
 
+std::string nameInSchema(const std::string& name) { return Json::parse(quoted(name)).get<std::string>(); }
+
 std::string schemaText(const SchemaFile& schema) {
   std::string out = "{\n  \"stream\": " + quoted(schema.stream) + ",\n  \"id\": " + std::to_string(schema.id);
   const auto add = [&](const char* key, const std::string& value) {

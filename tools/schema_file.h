@@ -38,8 +38,10 @@ struct SchemaFile {
 // Reads a schema file. The message begins with the file's name.
 [[nodiscard]] bool readSchemaFile(const std::string& path, SchemaFile& schema, std::string& error);
 
-// The text of a schema file, a line a column, that parseSchema reads back to the same. Names that are not UTF-8 get
-// U+FFFD where they are not.
+// A name as a schema file can hold it: with U+FFFD where it is not UTF-8.
+std::string nameInSchema(const std::string& name);
+
+// The text of a schema file, a line a column, that parseSchema reads back to the same.
 std::string schemaText(const SchemaFile& schema);
 
 }  // namespace kyv_internal

@@ -90,6 +90,7 @@ void TableGuess::add(std::span<const FieldText> fields, std::uint64_t line) {
 
 void TableGuess::addBad(std::uint64_t line) {
   if (badRows_++ == 0) firstBadLine_ = line;
+  if (!hasFirst_) beginsBadly_ = true;
 }
 
 void TableGuess::addToColumns(std::span<const FieldText> fields) {
@@ -121,6 +122,7 @@ bool TableGuess::looksLikeValue(const std::string& text) const {
 // Names look like no value. Where the columns hold nothing but text, they are also distinct and all there, and it is
 // worth a note.
 bool TableGuess::firstLooksLikeHeader(std::vector<std::string>& notes) const {
+  if (beginsBadly_) return false;
   std::set<std::string> names;
   for (const FirstField& field : first_) {
     if (looksLikeValue(field.text)) return false;
@@ -137,7 +139,7 @@ void TableGuess::nameColumns(bool header, SchemaFile& schema, std::vector<std::s
   std::set<std::string> taken;
   for (std::size_t i = 0; i < first_.size(); ++i) {
     const bool named = header && !first_[i].text.empty();
-    const std::string wanted = named ? first_[i].text : "column_" + std::to_string(i + 1);
+    const std::string wanted = named ? nameInSchema(first_[i].text) : "column_" + std::to_string(i + 1);
     const std::string name = uniqueName(wanted, taken);
     if (name != wanted) {
       notes.push_back("column " + std::to_string(i + 1) + " is called " + inQuotes(name) +

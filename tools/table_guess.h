@@ -56,6 +56,7 @@ class TableGuess {
 
   const ColumnFormats* formats_;
   bool hasFirst_ = false;
+  bool beginsBadly_ = false;  // a row that cannot be read comes before the first, where a header would be
   std::vector<FirstField> first_;
   std::vector<ColumnGuess> columns_;
   std::uint64_t rows_ = 0;  // good ones, without the first

@@ -12,8 +12,6 @@ namespace {
 constexpr std::array kSeparators = {',', ';', '\t', '|'};
 constexpr std::size_t kSampleRows = 20;
 
-bool isBlank(std::string_view line) { return line.empty() || line == "\r" || line == "\n" || line == "\r\n"; }
-
 bool holdsNul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
 bool isWrapped(std::string_view field, char quote) {
@@ -64,12 +62,11 @@ TextGuess::TextGuess(const TextLayout& layout, std::string_view firstBlock)
       reader_(separator_) {}
 
 void TextGuess::addLines(std::string_view block) {
-  if (pending_.empty()) {
+  if (!sawQuotes_ && block.find_first_of("\"'") != std::string_view::npos) beginQuoted();
+  if (sawQuotes_ && pending_.empty()) {
     addQuotedRecords(block, false);
-  } else {
-    std::string text;
-    text.swap(pending_);
-    text += block;
+  } else if (sawQuotes_) {
+    const std::string text = std::exchange(pending_, {}) + std::string(block);
     addQuotedRecords(text, false);
   }
   while (!block.empty()) {
@@ -79,10 +76,17 @@ void TextGuess::addLines(std::string_view block) {
   }
 }
 
+// Up to the first quote, both ways of reading see the same.
+void TextGuess::beginQuoted() {
+  sawQuotes_ = true;
+  quoted_ = plain_;
+  quotedLines_ = plainLines_;
+}
+
 void TextGuess::addOversizedLine(std::uint64_t lineFeeds, bool begins) {
   if (begins) {
     plain_.addBad(plainLines_ + 1);
-    quoted_.addBad(quotedLines_ + 1);
+    if (sawQuotes_) quoted_.addBad(quotedLines_ + 1);
     pending_.clear();
   }
   plainLines_ += lineFeeds;
@@ -91,8 +95,10 @@ void TextGuess::addOversizedLine(std::uint64_t lineFeeds, bool begins) {
 
 void TextGuess::addPlainLine(std::string_view line) {
   ++plainLines_;
-  if (line.ends_with('\r')) line.remove_suffix(1);
   if (holdsNul(line)) return plain_.addBad(plainLines_);
+  const bool isRow = !isBlankLine(line) || (!plain_.empty() && plain_.columns() == 1);
+  if (!isRow) return;
+  if (line.ends_with('\r')) line.remove_suffix(1);
   fields_.clear();
   for (std::size_t begin = 0; begin <= line.size();) {
     const std::size_t end = std::min(line.find(separator_, begin), line.size());
@@ -102,8 +108,7 @@ void TextGuess::addPlainLine(std::string_view line) {
     begin = end + 1;
   }
   if (fields_.size() > kMostFields) return plain_.addBad(plainLines_);
-  const bool isRow = !isBlank(line) || (!plain_.empty() && plain_.columns() == 1);
-  if (isRow) plain_.add(fields_, plainLines_);
+  plain_.add(fields_, plainLines_);
 }
 
 // A record without its end waits for more lines, as long as it is no longer than a row may be.
@@ -129,7 +134,7 @@ void TextGuess::addQuotedRecord(std::string_view row, const QuotedRecord& record
     sawSingleQuotes_ = sawSingleQuotes_ || (!field.quoted && isWrapped(field.text, '\''));
     fields_.push_back({field.text, field.quoted});
   }
-  const bool isRow = !isBlank(row) || (!quoted_.empty() && quoted_.columns() == 1);
+  const bool isRow = !isBlankLine(row) || (!quoted_.empty() && quoted_.columns() == 1);
   if (isRow) quoted_.add(fields_, line);
 }
 
@@ -148,7 +153,7 @@ std::optional<TextGuess::Result> TextGuess::finish() {
   addQuotedRecords(rest, true);
   Result result;
   const bool isQuotedText = isQuoted(result.notes);
-  TableGuess& table = isQuotedText ? quoted_ : plain_;
+  TableGuess& table = isQuotedText && sawQuotes_ ? quoted_ : plain_;
   if (table.empty()) return std::nullopt;
   result.schema = table.finish(layout_.header, result.notes);
   result.schema.text.quoted = isQuotedText;

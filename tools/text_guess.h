@@ -1,8 +1,8 @@
 #pragma once
 
-// Guesses a schema from a delimited text that arrives in blocks of whole lines. The text is read both ways at once,
-// with quotes that protect (RFC 4180) and with quotes that do not; which way is right shows at the end. Memory does not
-// grow with the text.
+// Guesses a schema from a delimited text that arrives in blocks of whole lines. From its first quote on, the
+// text is read both ways at once, with quotes that protect (RFC 4180) and with quotes that do not; which way is right
+// shows at the end. Memory does not grow with the text.
 
 #include <cstdint>
 #include <optional>
@@ -44,6 +44,7 @@ class TextGuess {
   std::optional<Result> finish();
 
  private:
+  void beginQuoted();
   void addPlainLine(std::string_view line);
   void addQuotedRecords(std::string_view text, bool ended);
   void addQuotedRecord(std::string_view row, const QuotedRecord& record);
@@ -60,7 +61,8 @@ class TextGuess {
   TableGuess quoted_;
   std::uint64_t quotedLines_ = 0;
   QuotedReader reader_;
-  std::string pending_;  // the beginning of a record whose end is yet to come
+  bool sawQuotes_ = false;  // before that, only the plain way is read
+  std::string pending_;     // the beginning of a record whose end is yet to come
   bool sawDoubleQuotes_ = false;
   bool sawSingleQuotes_ = false;
 };

@@ -39,6 +39,11 @@ struct TextLayout {
 
 inline constexpr char kDefaultSeparator = ',';
 
+// Whether a line, with or without its end, is empty.
+inline bool isBlankLine(std::string_view line) {
+  return line.empty() || line == "\n" || line == "\r\n" || line == "\r";
+}
+
 // Why a text cannot separate fields, or null when it can.
 const char* refuseSeparator(std::string_view separator);
 

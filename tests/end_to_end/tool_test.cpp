@@ -232,6 +232,14 @@ TEST_F(Tool, CountsWhatItGuessedFrom) {
   EXPECT_EQ(run("kyv infer -q people.csv").err, "");
 }
 
+TEST_F(Tool, FindsTheHeaderBelowBlankLines) {
+  writePeople();
+  const Outcome outcome =
+      run("(echo; sleep 0.05; echo; cat people.csv) | kyv convert -s people.json - | kyv print -q -s people.json -");
+  EXPECT_EQ(outcome.out, "1,Ann,1990-01-31\n2,Bob,\n");
+  EXPECT_THAT(outcome.err, HasSubstr("; blank lines skipped: 2\n"));
+}
+
 TEST_F(Tool, KeepsItsPeaceWhenAskedTo) {
   writePeople();
   Outcome outcome = run("(cat people.csv; echo x) | kyv convert -q -s people.json - -o rows");

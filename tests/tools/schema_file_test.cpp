@@ -44,6 +44,10 @@ TEST(SchemaFile, NeedsStreamAndColumnsOnly) {
 }
 
 TEST(SchemaFile, ReplacesNamesThatAreNotUtf8) {
+  EXPECT_EQ(nameInSchema("Gr\xC3\xB6\xC3\x9F"
+                         "e\xFF\"\\"),
+            "Gr\xC3\xB6\xC3\x9F"
+            "e\xEF\xBF\xBD\"\\");
   SchemaFile schema;
   schema.stream = "s\xFF";
   EXPECT_EQ(schemaText(schema).substr(0, 23), "{\n  \"stream\": \"s\xEF\xBF\xBD\",\n ");

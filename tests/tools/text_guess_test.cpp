@@ -66,6 +66,10 @@ TEST(TextGuess, FindsHeaderQuotesSeparatorAndTypes) {
       {"a,a_2,a\n1,2,3\n",
        "a:integer a_2:integer a_3:integer | header rows 1\n"
        "column 3 is called \"a_3\": its name is that of an earlier one"},
+      {"\xFC,\xF6\n1,2\n",
+       "\xEF\xBF\xBD:integer \xEF\xBF\xBD_2:integer | header rows 1\n"
+       "column 2 is called \"\xEF\xBF\xBD_2\": its name is that of an earlier one"},
+      {"a,b\r\n\r\r\n1,2\r\n", "a:integer b:integer | header rows 1 bad 1@2"},
       {"a,b\nx,y\n",
        "a:string b:string | header rows 1\nthe first line is taken for column names (--no-header if it is a row)"},
       {"a,a\nx,y\n",

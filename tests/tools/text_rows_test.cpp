@@ -112,6 +112,7 @@ TEST(TextRows, RefusesNulBytes) {
 }
 
 TEST(TextRows, SkipsTheHeader) {
+  EXPECT_EQ(convert("\n\r\nid,name,price\n1,a,2\n", layoutOf(false), FirstLine::kHeader), "1,a,2.0\n1/2/4");
   EXPECT_EQ(convert("id,name,price\n1,a,2\n", layoutOf(false), FirstLine::kHeader), "1,a,2.0\n1/0/2");
   EXPECT_EQ(convert("\"id\n\",name,price\n1,a,2\n", layoutOf(true), FirstLine::kHeader), "1,a,2.0\n1/0/3");
 }
