@@ -38,18 +38,10 @@ bool assignHex(std::span<const unsigned char> bytes, FieldList& fields, std::siz
   return text != nullptr;
 }
 
-bool assignString(std::string_view text, FieldList& fields, std::size_t index) {
-  char* const room = fields.blockRoom(text.size() + 1);
-  if (room == nullptr) return fields.assign(index, text);
-  std::memcpy(room, text.data(), text.size());
-  fields.takeFromBlock(index, text.size());
-  return true;
-}
-
 // Makes a value's text a field; false when memory is exhausted.
 bool assignValue(const StoredColumn& column, const FormatSet& formats, FieldList& fields, std::size_t index) {
   const Kind kind = column.kind();
-  if (kind == Kind::String) return assignString(kyv_internal::packedString(column.value), fields, index);
+  if (kind == Kind::String) return fields.assign(index, kyv_internal::packedString(column.value));
   if (kind == Kind::Binary) return assignHex(kyv_internal::packedBytes(column.value), fields, index);
   const auto print = [&](char* out) {
     return kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Row, out);

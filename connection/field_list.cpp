@@ -11,9 +11,10 @@ namespace {
 constexpr std::size_t kSmallestText = 32;       // bytes first allocated for a field
 constexpr std::size_t kLargestKeptText = 4096;  // bytes kept for the next text
 
-// A record's block: what one text may need at most while it is printed, and bytes for each usual text.
+// The block: bytes for each usual text, and what one text may need at most while it is printed.
 constexpr std::size_t kPrintingRoom = 1024;
 constexpr std::size_t kUsualText = 64;
+constexpr std::size_t kSmallestBlock = 1024;
 
 }  // namespace
 
@@ -38,6 +39,28 @@ bool FieldList::makeRoom(std::size_t index, std::size_t size, PaddedMemory& repl
 }
 
 bool FieldList::assign(std::size_t index, std::string_view text) {
+  if (fields_[index].data != nullptr) return replace(index, text);
+  if (blockUsed_ == 0) growBlock(std::max(fields_.size() * kUsualText, kSmallestBlock));
+  char* const room = blockRoom(text.size() + 1);
+  if (room == nullptr) return assignOwn(index, text);
+  std::memcpy(room, text.data(), text.size());
+  takeFromBlock(index, text.size());
+  return true;
+}
+
+// A text that is not longer takes the place of the former one.
+bool FieldList::replace(std::size_t index, std::string_view text) {
+  const RowField former = fields_[index];
+  if (text.size() > former.size) return assignOwn(index, text);
+  const bool isOwn = former.data == storage_[index].memory.get();
+  char* const memory = isOwn ? storage_[index].memory.get() : block_.get() + (former.data - block_.get());
+  std::memmove(memory, text.data(), text.size());
+  memory[text.size()] = 0;
+  fields_[index] = {memory, text.size()};
+  return true;
+}
+
+bool FieldList::assignOwn(std::size_t index, std::string_view text) {
   PaddedMemory replaced;
   if (!makeRoom(index, text.size(), replaced)) return false;
   char* const memory = storage_[index].memory.get();
@@ -58,7 +81,11 @@ char* FieldList::prepare(std::size_t index, std::size_t size) {
 
 void FieldList::startRecord(std::size_t count) {
   extend(count);
-  const std::size_t size = kPrintingRoom + count * kUsualText;
+  growBlock(kPrintingRoom + count * kUsualText);
+}
+
+// Sees to a block of that size, if there is memory. REQUIRES: no text lies in the block.
+void FieldList::growBlock(std::size_t size) {
   if (size <= blockSize_) return;
   block_ = allocatePadded(size);
   blockSize_ = block_ != nullptr ? size : 0;

@@ -1,9 +1,9 @@
 #pragma once
 
-// The texts of an ordered row's fields, each owned, terminated and at an address that stays while the text does. A
-// text's memory is kept when the field is cleared and used again for the next text of that field, so that a row in use
-// allocates nothing; only uncommonly long texts are given back. Texts that are read from a record lie one behind
-// another in one block, as long as it has room for them.
+// The texts of an ordered row's fields, each owned, padded, terminated and at an address that stays while the text
+// does. They lie one behind another in one block, as long as it has room for them, which is until the fields are
+// cleared; other texts have memory of their own. All memory is kept and used again, so that a row in use allocates
+// nothing; only uncommonly long texts are given back.
 
 #include <cstddef>
 #include <span>
@@ -39,7 +39,8 @@ class FieldList {
   // field, when memory is exhausted.
   [[nodiscard]] char* prepare(std::size_t index, std::size_t size);
 
-  // To be called on cleared fields before those of a record are read: at least `count` of them, and the block.
+  // To be called on cleared fields before those of a record are read: at least `count` of them, and a block in which
+  // they can be printed.
   void startRecord(std::size_t count);
 
   // Where the block has room for `bytes` more, or null.
@@ -64,6 +65,9 @@ class FieldList {
   };
 
   void grow(std::size_t count);
+  void growBlock(std::size_t size);
+  bool assignOwn(std::size_t index, std::string_view text);
+  bool replace(std::size_t index, std::string_view text);
   void dropLongTexts();
   // Sees to memory for `size` characters and a terminator; what the field had before is in `replaced` when that is new.
   bool makeRoom(std::size_t index, std::size_t size, PaddedMemory& replaced);

@@ -96,45 +96,53 @@ Parsed<std::int64_t> readCount(std::string_view text, const SecondsMessages& mes
   return count;
 }
 
-// The fraction of a text that ends as most do: a point and exactly `digits` digits. Below zero for any other text.
-template <std::size_t digits>
-int usualFraction(std::string_view text) {
-  constexpr DigitBlock kFraction = ~DigitBlock{0} << 8 * (kBlockDigits - digits);
-  if (text.size() < kBlockDigits || text[text.size() - digits - 1] != '.') return -1;
-  const DigitBlock fraction = loadDigits(text.data() + text.size() - kBlockDigits) & kFraction;
-  return faultsOf(fraction) == 0 ? static_cast<int>(blockValue(fraction)) : -1;
-}
-
 Parsed<std::int64_t> readCalendar(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {
   std::int64_t seconds = 0;
   return format.parse(text, seconds) ? Parsed<std::int64_t>{seconds} : Parsed<std::int64_t>::failure(messages.noMatch);
 }
 
-Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {
+[[gnu::noinline]] Parsed<std::int64_t> parseAnySeconds(std::string_view text, const PercentFormat& format,
+                                                       const SecondsMessages& messages) {
   return format.isSeconds() ? readCount(text, messages) : readCalendar(text, format, messages);
 }
 
-// Whole seconds and a fraction as one count.
+Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {
+  std::int64_t seconds = 0;
+  return format.parseUsual(text, seconds) ? Parsed<std::int64_t>{seconds} : parseAnySeconds(text, format, messages);
+}
+
+// A point and exactly as many digits as the type has, behind a date and a time of the usual layout.
 template <const FractionType& type>
-Parsed<std::int64_t> joinFraction(Parsed<std::int64_t> seconds, int fraction) {
+bool readUsualFraction(std::string_view text, const PercentFormat& format, std::int64_t& count) {
+  constexpr DigitBlock kFraction = ~DigitBlock{0} << 8 * (kBlockDigits - type.digits);
+  if (text.size() != FixedTimeLayout::kUsualLength + 1 + type.digits) return false;
+  const DigitBlock fraction = loadDigits(text.data() + text.size() - kBlockDigits) & kFraction;
+  std::int64_t seconds = 0;
+  if (text[FixedTimeLayout::kUsualLength] != '.' || faultsOf(fraction) != 0 ||
+      !format.parseUsual({text.data(), FixedTimeLayout::kUsualLength}, seconds))
+    return false;
+  count = seconds * type.unit + static_cast<std::int64_t>(blockValue(fraction));
+  return true;
+}
+
+template <const FractionType& type>
+[[gnu::noinline]] Parsed<std::int64_t> parseAnyFraction(std::string_view text, const PercentFormat& format) {
   constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int64_t>::max() / type.unit;
-  if (seconds.error) return seconds;
-  if (seconds.value > kMaxSeconds || seconds.value < -kMaxSeconds ||
-      __builtin_add_overflow(seconds.value * type.unit, fraction, &seconds.value))
-    seconds.error = type.messages.countOverflow;
-  return seconds;
+  const SplitText split = splitText(text, type.digits);
+  Parsed<std::int64_t> parsed =
+      format.isSeconds() ? readCount(text, type.messages) : readCalendar(split.datetime, format, type.messages);
+  if (parsed.error) return parsed;
+  if (parsed.value > kMaxSeconds || parsed.value < -kMaxSeconds ||
+      __builtin_add_overflow(parsed.value * type.unit, readFraction(split.fractionText(type.digits)), &parsed.value))
+    parsed.error = type.messages.countOverflow;
+  return parsed;
 }
 
 template <const FractionType& type>
 Parsed<std::int64_t> parseWithFraction(std::string_view text, const PercentFormat& format) {
-  if (const int fraction = usualFraction<type.digits>(text); fraction >= 0 && !format.isSeconds()) {
-    const std::string_view datetime(text.data(), text.size() - type.digits - 1);
-    return joinFraction<type>(readCalendar(datetime, format, type.messages), fraction);
-  }
-  const SplitText split = splitText(text, type.digits);
-  const Parsed<std::int64_t> seconds =
-      format.isSeconds() ? readCount(text, type.messages) : readCalendar(split.datetime, format, type.messages);
-  return joinFraction<type>(seconds, readFraction(split.fractionText(type.digits)));
+  std::int64_t count = 0;
+  return readUsualFraction<type>(text, format, count) ? Parsed<std::int64_t>{count}
+                                                      : parseAnyFraction<type>(text, format);
 }
 
 template <std::size_t digits>

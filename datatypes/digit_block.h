@@ -70,8 +70,7 @@ inline DigitBlock loadFew(PaddedText text) {
 // What a character stands for: 0 to 9 for a digit, more for every other. Here of 8 characters, of a text of 1 to 8, and
 // of the first 1 to 8 of at least 8. Fewer than 8 stand behind zeros.
 inline DigitBlock loadDigits(const char* text) { return loadWord<DigitBlock>(text) ^ kZeros; }
-template <class Text>
-DigitBlock loadFewDigits(Text text) {
+inline DigitBlock loadFewDigits(std::string_view text) {
   return loadFew(text) ^ kZeros << (8 * (kBlockDigits - text.size()));
 }
 inline DigitBlock loadHeadDigits(const char* text, std::size_t size) {
@@ -106,8 +105,7 @@ constexpr DigitsRead readBlocks(DigitBlock high, DigitBlock low) {
 }
 
 // 1 to 16 digits.
-template <class Text>
-DigitsRead readPiece(Text text) {
+inline DigitsRead readPiece(std::string_view text) {
   if (text.size() <= kBlockDigits) {
     const DigitBlock block = loadFewDigits(text);
     return {faultsOf(block), blockValue(block)};

@@ -10,9 +10,6 @@ namespace kyv_internal {
 
 namespace {
 
-constexpr unsigned char kDigitSlack = 0x80 - 10;
-constexpr unsigned char kLiteralSlack = 0x80 - 1;
-
 constexpr unsigned char kDefaultDigits[] = {1, 9, 7, 0, 0, 1, 0, 0};
 
 int twoDigits(const unsigned char* digits) { return 10 * digits[0] + digits[1]; }
@@ -28,7 +25,6 @@ std::optional<FixedTimeLayout> FixedTimeLayout::of(std::span<const Step> steps) 
   FixedTimeLayout layout;
   for (const Step& step : steps)
     if (!layout.addStep(step)) return std::nullopt;
-  layout.isUsual_ = layout.length_ == kUsualLength && layout.offsets_ == kUsualOffsets;
   return layout;
 }
 
@@ -80,7 +76,7 @@ bool FixedTimeLayout::match(std::string_view text, Digits& digits) const {
   const std::size_t last = std::max(length_, kWord) - kWord;
   Word wrong = 0;
   const auto matchWord = [&](std::size_t at) {
-    const Word values = valuesAt(at, from, wrong);
+    const Word values = valuesAt(at, from, load(&slack_[at]), wrong);
     std::memcpy(&digits[at], &values, kWord);
   };
   // The words of a text, which overlap as its length wants it.
@@ -97,7 +93,8 @@ int FixedTimeLayout::year(int century, int yearOfCentury) const {
   return 100 * (alone && yearOfCentury < 69 ? 20 : century) + yearOfCentury;
 }
 
-bool FixedTimeLayout::parseAny(std::string_view text, std::int64_t& seconds) const {
+bool FixedTimeLayout::parse(std::string_view text, std::int64_t& seconds) const {
+  if (text.size() != length_) return false;
   Digits digits;
   std::memcpy(&digits[kMaxLength], kDefaultDigits, sizeof kDefaultDigits);
   if (!match(text, digits)) return false;

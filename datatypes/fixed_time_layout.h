@@ -22,10 +22,13 @@ class FixedTimeLayout {
   static std::optional<FixedTimeLayout> of(std::span<const Step> steps);
 
   // Seconds of a text of exactly this shape; false for another one and for fields out of their ranges.
-  [[nodiscard]] bool parse(std::string_view text, std::int64_t& seconds) const {
-    if (text.size() != length_) return false;
-    return isUsual_ ? parseUsual(text.data(), seconds) : parseAny(text, seconds);
-  }
+  [[nodiscard]] bool parse(std::string_view text, std::int64_t& seconds) const;
+
+  // Whether this is the layout of nearly all texts, "YYYY?MM?DD?HH?MM?SS" with any characters between. Then
+  // parseUsual() reads a text of its length in less time.
+  bool isUsual() const { return length_ == kUsualLength && offsets_ == kUsualOffsets; }
+  static constexpr std::size_t kUsualLength = 19;
+  [[nodiscard]] bool parseUsual(const char* text, std::int64_t& seconds) const;
 
   // Returns the number of characters, 0 when the year has not four digits. `out` has room for kPrintRoom characters;
   // those behind the text may be overwritten.
@@ -49,16 +52,24 @@ class FixedTimeLayout {
 
   // Eight characters are looked at together. In `pattern ^ text` a literal that matches is 0 and a digit is its value;
   // adding the slack sets the top bit of every other byte.
+  static constexpr unsigned char kDigitSlack = 0x80 - 10;
+  static constexpr unsigned char kLiteralSlack = 0x80 - 1;
   using Word = std::uint64_t;
   static constexpr std::size_t kWord = sizeof(Word);
   static constexpr Word kTopBits = 0x8080808080808080;
 
-  // The layout of nearly all texts, "YYYY?MM?DD?HH?MM?SS" with any characters between, lies in these words.
-  static constexpr std::size_t kUsualLength = 19;
+  // The usual layout lies in three words: "YYYY?MM?", "DD?HH?MM" and "HH?MM?SS".
   static constexpr Offsets kUsualOffsets{0, 2, 5, 8, 11, 14, 17};
-  static constexpr std::size_t kYearAndMonth = 0;  // "YYYY?MM?"
-  static constexpr std::size_t kDayAndHour = 8;    // "DD?HH?MM"
-  static constexpr std::size_t kClock = 11;        // "HH?MM?SS"
+  static constexpr std::size_t kYearAndMonth = 0;
+  static constexpr std::size_t kDayAndHour = 8;
+  static constexpr std::size_t kClock = 11;
+
+  // The slack of a word of digits ('0') and literals, whose first character is the lowest byte.
+  static constexpr Word slackOf(const char (&shape)[kWord + 1]) {
+    Word slack = 0;
+    for (std::size_t i = kWord; i-- > 0;) slack = slack << 8 | (shape[i] == '0' ? kDigitSlack : kLiteralSlack);
+    return slack;
+  }
 
   FixedTimeLayout();
   bool addStep(const Step& step);
@@ -66,9 +77,6 @@ class FixedTimeLayout {
   bool addLiteral(char literal);
   bool match(std::string_view text, Digits& digits) const;
   int year(int century, int yearOfCentury) const;
-  // Both take a text of the layout's length.
-  bool parseUsual(const char* text, std::int64_t& seconds) const;
-  bool parseAny(std::string_view text, std::int64_t& seconds) const;
 
   static Word load(const void* from) {
     Word word;
@@ -77,9 +85,9 @@ class FixedTimeLayout {
   }
 
   // The values of eight characters; their faults go into the top bits of `wrong`.
-  Word valuesAt(std::size_t at, const char* text, Word& wrong) const {
+  Word valuesAt(std::size_t at, const char* text, Word slack, Word& wrong) const {
     const Word values = load(&pattern_[at]) ^ load(text + at);
-    wrong |= values | (values + load(&slack_[at]));
+    wrong |= values | (values + slack);
     return values;
   }
 
@@ -87,19 +95,19 @@ class FixedTimeLayout {
   std::array<unsigned char, kMaxLength> slack_;  // what a byte of pattern ^ text must stay below, see match()
   std::size_t length_ = 0;
   Offsets offsets_{kNoCentury, kNoYear, kNoDate, kNoDate, kNoClock, kNoClock, kNoClock};
-  bool isUsual_ = false;
 };
 
-// The same as parseAny without going through memory: each word's fields are numbers of two digits at known bytes.
+// The same as parse() without going through memory: each word's fields are numbers of two digits at known bytes.
 inline bool FixedTimeLayout::parseUsual(const char* text, std::int64_t& seconds) const {
   Word wrong = 0;
-  const auto pairsAt = [&](std::size_t at) {  // 10 times each character and the next one
-    const Word values = valuesAt(at, text, wrong);
+  const auto pairsAt = [&](std::size_t at, Word slack) {  // 10 times each character and the next one
+    const Word values = valuesAt(at, text, slack, wrong);
     return values * 10 + (values >> 8);
   };
-  const Word yearAndMonth = pairsAt(kYearAndMonth);
-  const Word dayAndHour = pairsAt(kDayAndHour);
-  const Word clock = pairsAt(kClock) & 0x00FF'0000'FF00'00FF;
+  constexpr Word kThreePairs = slackOf("00?00?00");
+  const Word yearAndMonth = pairsAt(kYearAndMonth, slackOf("0000?00?"));
+  const Word dayAndHour = pairsAt(kDayAndHour, kThreePairs);
+  const Word clock = pairsAt(kClock, kThreePairs) & 0x00FF'0000'FF00'00FF;
   const auto number = [](Word pairs, unsigned int byte) { return static_cast<unsigned int>(pairs >> 8 * byte & 0xFF); };
   const unsigned int month = number(yearAndMonth, 5);
   const unsigned int day = number(dayAndHour, 0);

@@ -227,11 +227,10 @@ PackedFields packFields(std::span<const ColumnType> columns, std::span<const Row
     if (fields[i].data == nullptr) {
       writer.addNull();
     } else if (const char* const error = writer.add(columns[i], fields[i].text())) {
-      return {i, error};
+      return {.column = i, .error = error};
     }
   }
-  writer.finish();
-  return {};
+  return {.bytes = writer.finish()};
 }
 
 std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
@@ -240,7 +239,7 @@ std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> 
   LinePieces pieces(line, separator);
   PaddedText piece;
   for (const ColumnType& column : columns) {
-    if (!pieces.next(piece) || isQuote(*piece.data())) return 0;
+    if (!pieces.next(piece) || beginsWithQuote(piece)) return 0;
     if (piece.empty()) {
       writer.addNull();
     } else if (writer.add(column, piece) != nullptr) {

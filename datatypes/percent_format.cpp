@@ -13,7 +13,12 @@ namespace kyv_internal {
 static_assert(FixedTimeLayout::kPrintRoom <= kMaxFormattedText);
 
 PercentFormat::PercentFormat(std::string_view format)
-    : steps_(format), layout_(FixedTimeLayout::of(steps_.steps())), isSeconds_(format == "%s") {}
+    : steps_(format),
+      usualSize_(std::string_view::npos),
+      layout_(FixedTimeLayout::of(steps_.steps())),
+      isSeconds_(format == "%s") {
+  if (layout_ && layout_->isUsual()) usualSize_ = FixedTimeLayout::kUsualLength;
+}
 
 bool PercentFormat::parseSteps(std::string_view text, std::int64_t& seconds) const {
   const std::optional<std::tm> fields = parseFields(text);

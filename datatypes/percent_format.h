@@ -34,6 +34,11 @@ class PercentFormat {
     return (layout_ && layout_->parse(text, seconds)) || parseSteps(text, seconds);
   }
 
+  // The same for texts of the layout that nearly all have, and false for all others: about these parse() knows more.
+  [[nodiscard]] bool parseUsual(std::string_view text, std::int64_t& seconds) const {
+    return text.size() == usualSize_ && layout_->parseUsual(text.data(), seconds);
+  }
+
   // The same as broken-down time, with the fields as they were read: 30 February is not put right.
   std::optional<std::tm> parseFields(std::string_view text) const;
 
@@ -46,6 +51,7 @@ class PercentFormat {
   bool parseSteps(std::string_view text, std::int64_t& seconds) const;
 
   PercentSteps steps_;
+  std::size_t usualSize_;  // of the texts that parseUsual() reads; no text has it when there are none
   std::optional<FixedTimeLayout> layout_;
   bool isSeconds_;
 };

@@ -6,12 +6,12 @@
 // A plain text of at most 8 characters needs one block only; a padded one is always taken as two, because a jump that
 // goes wrong costs more than a block.
 
-#include <array>
 #include <bit>
 #include <cstdint>
 #include <string_view>
 
 #include "datatypes/digit_block.h"
+#include "datatypes/digit_lanes.h"
 
 namespace kyv_internal {
 
@@ -23,16 +23,6 @@ struct ShortNumber {
 
   static constexpr std::size_t kNoText = ~std::size_t{0};
 };
-
-// The bytes that belong to a text of 0 to 16 characters in the two blocks that end where it does.
-inline constexpr std::array<std::array<DigitBlock, 2>, kPieceDigits + 1> kOwnBytes = [] {
-  std::array<std::array<DigitBlock, 2>, kPieceDigits + 1> own{};
-  for (std::size_t size = 1; size <= kPieceDigits; ++size) {
-    own[size][0] = size > kBlockDigits ? ~DigitBlock{0} << 8 * (kPieceDigits - size) : 0;
-    own[size][1] = size < kBlockDigits ? ~DigitBlock{0} << 8 * (kBlockDigits - size) : ~DigitBlock{0};
-  }
-  return own;
-}();
 
 // Closes up a block whose only fault is a "." that some digits stand before: they move on by one, and `carry` comes in
 // first. Returns the number of digits behind the point.
@@ -79,12 +69,27 @@ inline ShortNumber readBlocks(std::string_view text) {
   return readTwoBlocks(loadHeadDigits(text.data(), headSize), loadDigits(text.data() + headSize), text);
 }
 
+#if defined(__SSE2__)
+
 inline ShortNumber readBlocks(PaddedText text) {
-  static_assert(kTextSlack >= kPieceDigits);
-  const char* const end = text.data() + text.size();
-  const DigitBlock* const own = kOwnBytes[text.size()].data();
-  return readTwoBlocks(loadDigits(end - kPieceDigits) & own[0], loadDigits(end - kBlockDigits) & own[1], text);
+  __m128i digits = loadOwnDigits(text);
+  const unsigned int faults = faultsOf(digits);
+  if (faults == 0) return {lanesValue(digits), 0};
+  const std::size_t places = kPieceDigits - 1 - static_cast<unsigned int>(std::countr_zero(faults));
+  if (!isPoint(text, faults, places)) return {};
+  const __m128i behind = ownBytes(places);
+  digits = _mm_or_si128(_mm_and_si128(behind, digits), _mm_andnot_si128(behind, _mm_slli_si128(digits, 1)));
+  return {lanesValue(digits), places};
 }
+
+#else
+
+inline ShortNumber readBlocks(PaddedText text) {
+  const auto [high, low] = loadOwnDigits(text);
+  return readTwoBlocks(high, low, text);
+}
+
+#endif
 
 // Digits with at most one "." among, before or behind them. Not valid: any other text, and one above 16 characters.
 template <class Text>

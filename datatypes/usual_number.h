@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "datatypes/digit_block.h"
+#include "datatypes/digit_lanes.h"
 #include "datatypes/money_text.h"
 #include "datatypes/number_text.h"
 #include "datatypes/padded_text.h"

@@ -16,8 +16,9 @@
 
 namespace kyv_internal {
 
-// The column that could not be packed, with its message; no message when all were.
+// The bytes of the record; or with an error the column that could not be packed.
 struct PackedFields {
+  std::size_t bytes = 0;
   std::size_t column = 0;
   const char* error = nullptr;
 };

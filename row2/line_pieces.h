@@ -15,6 +15,13 @@ namespace kyv_internal {
 
 constexpr bool isQuote(char c) { return c == '\'' || c == '"'; }
 
+// Of a piece of a line. What both quotes have in common is looked for first, which takes a single comparison.
+inline bool beginsWithQuote(PaddedText piece) {
+  constexpr int kCommon = ~('\'' ^ '"');
+  const char first = *piece.data();
+  return (first & kCommon) == ('"' & kCommon) && isQuote(first);
+}
+
 // Memory for a line of at most `size` bytes: padded, and with the bytes that the search in blocks reads behind the
 // line. Throws when memory is exhausted.
 inline PaddedMemory allocateLine(std::size_t size) {
@@ -34,7 +41,7 @@ class LinePieces {
     while (ends_ == 0) {
       if (!takeBlock()) return false;
     }
-    const char* const end = block_ + std::countr_zero(ends_);
+    const char* const end = block_ + static_cast<unsigned int>(std::countr_zero(ends_));
     ends_ &= ends_ - 1;
     piece = {begin_, static_cast<std::size_t>(end - begin_)};
     begin_ = end + 1;
@@ -47,7 +54,7 @@ class LinePieces {
     if (nextBlock_ > lineEnd_) return false;
     block_ = nextBlock_;
     nextBlock_ += kSearchBlock;
-    ends_ = matchBlock(block_, separator_);
+    ends_ = separator_.inBlock(block_);
     if (nextBlock_ > lineEnd_) {
       const std::uint64_t lineEnd = std::uint64_t{1} << (lineEnd_ - block_);
       ends_ = (ends_ & (lineEnd - 1)) | lineEnd;
@@ -60,7 +67,7 @@ class LinePieces {
   const char* nextBlock_;
   const char* lineEnd_;
   std::uint64_t ends_ = 0;  // of pieces in the block; bit i: byte i is behind a piece
-  char separator_;
+  ByteSearch separator_;
 };
 
 }  // namespace kyv_internal

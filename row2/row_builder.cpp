@@ -57,6 +57,7 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
   return 0;
 }
 
+// Any record, or its message.
 bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
                  int& failedColumn) {
   writeHeader(record, size, source);
@@ -73,30 +74,65 @@ MallocPtr<unsigned char> allocate(std::size_t size) {
   return memory;
 }
 
-// A line's record is written to memory of this size, which saves sizing it beforehand.
+// A record that surely fits is first packed into memory of this size, which saves sizing it beforehand.
 constexpr std::size_t kUsualRoom = 2048;
 
-// Whether a record of the line surely fits in.
-bool fitsUsualRoom(const RowSource& source, std::size_t lineSize) {
+bool fitsUsualRoom(const RowSource& source, std::size_t textBytes) {
   const std::size_t columns = source.columns.size();
-  return columns <= kUsualRoom && lineSize <= kUsualRoom &&
-         payloadOffset(columns) + columns * kDecimalSize + lineSize + kTextSlack <= kUsualRoom;
+  return columns <= kUsualRoom && textBytes <= kUsualRoom &&
+         payloadOffset(columns) + columns * kDecimalSize + textBytes + kTextSlack <= kUsualRoom;
 }
 
-// The bytes of the record, or 0.
-std::size_t writeUsualRecord(const RowSource& source, std::span<const char> line, char separator,
-                             unsigned char* record) {
-  const std::size_t size = packLine(source.columns, line, separator, source.formats.set(), record);
-  if (size != 0) writeHeader(record, size, source);
-  return size;
+std::size_t textBytes(std::span<const RowField> fields) {
+  std::size_t bytes = 0;
+  for (const RowField& field : fields) bytes += field.size;
+  return bytes;
 }
 
 unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }
+
+// The usual record, of at most so many bytes of text. `pack` writes its columns and returns its size, or 0 when it
+// cannot. Null then, and when the record may be too big.
+template <class Pack>
+void* buildUsual(const RowSource& source, std::size_t textBytes, const Pack& pack) {
+  if (!fitsUsualRoom(source, textBytes)) return nullptr;
+  unsigned char record[kUsualRoom];
+  const std::size_t size = pack(record);
+  if (size == 0) return nullptr;
+  writeHeader(record, size, source);
+  return std::memcpy(allocate(size).release(), record, size);
+}
+
+// The same behind what `out` holds.
+template <class Pack>
+bool appendUsual(const RowSource& source, std::size_t textBytes, const Pack& pack, kyv::ByteBuffer& out) {
+  if (!fitsUsualRoom(source, textBytes)) return false;
+  unsigned char* const record = asBytes(out.prepare(kUsualRoom));
+  const std::size_t size = pack(record);
+  if (size == 0) return false;
+  writeHeader(record, size, source);
+  out.commit(size);
+  return true;
+}
+
+auto fieldPacker(const RowSource& source) {
+  return [&source](unsigned char* record) {
+    const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record);
+    return packed.error == nullptr ? packed.bytes : 0;
+  };
+}
+
+auto linePacker(const RowSource& source, std::span<const char> line, char separator) {
+  return [&source, line, separator](unsigned char* record) {
+    return packLine(source.columns, line, separator, source.formats.set(), record);
+  };
+}
 
 }  // namespace
 
 void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
   failedColumn = kNoColumn;
+  if (void* const record = buildUsual(source, textBytes(source.fields), fieldPacker(source))) return record;
   const std::size_t size = checkedSize(source, errors);
   if (size == 0) return nullptr;
   auto record = allocate(size + kTextSlack);
@@ -104,14 +140,12 @@ void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failed
 }
 
 void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator) {
-  if (!fitsUsualRoom(source, line.size())) return nullptr;
-  unsigned char record[kUsualRoom];
-  const std::size_t size = writeUsualRecord(source, line, separator, record);
-  return size != 0 ? std::memcpy(allocate(size).release(), record, size) : nullptr;
+  return buildUsual(source, line.size(), linePacker(source, line, separator));
 }
 
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out) {
   failedColumn = kNoColumn;
+  if (appendUsual(source, textBytes(source.fields), fieldPacker(source), out)) return true;
   const std::size_t size = checkedSize(source, errors);
   if (size == 0 || !writeRecord(asBytes(out.prepare(size + kTextSlack)), size, source, errors, failedColumn))
     return false;
@@ -120,10 +154,7 @@ bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failed
 }
 
 bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out) {
-  if (!fitsUsualRoom(source, line.size())) return false;
-  const std::size_t size = writeUsualRecord(source, line, separator, asBytes(out.prepare(kUsualRoom)));
-  out.commit(size);
-  return size != 0;
+  return appendUsual(source, line.size(), linePacker(source, line, separator), out);
 }
 
 }  // namespace kyv_internal

@@ -28,21 +28,36 @@ inline std::uint64_t matchEight(const char* bytes, char wanted) {
   return (((~nonZero >> 7) & kOnes) * kGather) >> 56;
 }
 
-// Bit i is set when byte i of sixteen is `wanted`.
-inline std::uint64_t matchSixteen(const char* bytes, char wanted) {
+// The character that is looked for.
+class ByteSearch {
+ public:
 #if defined(__SSE2__)
-  __m128i block;
-  std::memcpy(&block, bytes, sizeof block);
-  return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(wanted))));
+  explicit ByteSearch(char wanted) : wanted_(_mm_set1_epi8(wanted)) {}
 #else
-  return matchEight(bytes, wanted) | matchEight(bytes + 8, wanted) << 8;
+  explicit ByteSearch(char wanted) : wanted_(wanted) {}
 #endif
-}
 
-// The same for 64 bytes.
-inline std::uint64_t matchBlock(const char* bytes, char wanted) {
-  return matchSixteen(bytes, wanted) | matchSixteen(bytes + 16, wanted) << 16 | matchSixteen(bytes + 32, wanted) << 32 |
-         matchSixteen(bytes + 48, wanted) << 48;
-}
+  // Bit i is set when byte i of kSearchBlock is the character.
+  std::uint64_t inBlock(const char* bytes) const {
+    return inSixteen(bytes) | inSixteen(bytes + 16) << 16 | inSixteen(bytes + 32) << 32 | inSixteen(bytes + 48) << 48;
+  }
+
+ private:
+#if defined(__SSE2__)
+  std::uint64_t inSixteen(const char* bytes) const {
+    __m128i block;
+    std::memcpy(&block, bytes, sizeof block);
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, wanted_)));
+  }
+
+  __m128i wanted_;  // in every byte
+#else
+  std::uint64_t inSixteen(const char* bytes) const {
+    return matchEight(bytes, wanted_) | matchEight(bytes + 8, wanted_) << 8;
+  }
+
+  char wanted_;
+#endif
+};
 
 }  // namespace kyv_internal

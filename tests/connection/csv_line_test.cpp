@@ -98,7 +98,7 @@ TEST(ByteSearch, BothRoutesFindWhatALoopFinds) {
       std::uint64_t expected = 0, portable = 0;
       for (std::size_t i = 0; i < text.size(); ++i) expected |= std::uint64_t{text[i] == wanted} << i;
       for (std::size_t i = 0; i < text.size(); i += 8) portable |= kyv_internal::matchEight(&text[i], wanted) << i;
-      EXPECT_EQ(kyv_internal::matchBlock(text.data(), wanted), expected);
+      EXPECT_EQ(kyv_internal::ByteSearch(wanted).inBlock(text.data()), expected);
       EXPECT_EQ(portable, expected);
     }
   }
