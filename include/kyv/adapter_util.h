@@ -16,3 +16,4 @@
 #include "kyv/row2.h"
 #include "kyv/stream_schema.h"
 #include "kyv/string_utility.h"
+#include "kyv/time_format_parser.h"

@@ -35,9 +35,9 @@ Slot slot(const char* name, Operation operation) {
   return {name, slotOf(operation)};
 }
 
-void expectInThisOrder(const std::vector<Slot>& operations) {
+void expectInThisOrder(const std::vector<Slot>& operations, std::size_t first = kDestructorSlots) {
   for (std::size_t i = 0; i < operations.size(); ++i) {
-    EXPECT_EQ(operations[i].slot, i + kDestructorSlots) << operations[i].operation;
+    EXPECT_EQ(operations[i].slot, first + i) << operations[i].operation;
   }
 }
 
@@ -127,6 +127,57 @@ TEST(VirtualOrder, OrderedRowsAppendOneOperation) {
   EXPECT_EQ(slotOf(&ConnectionRowByOrder::getSequenceNumberfromRow), rowSlots().size() + kDestructorSlots);
 }
 
+TEST(VirtualOrder, OfTimeFormatParserWhichHasNoDestructorAmongThem) {
+  using Parser = DataTypes::TimeFormatParser;
+  expectInThisOrder(
+      {
+          slot("FM", &Parser::OnFieldFM),
+          slot("IsDone", &Parser::IsDone),
+          slot("OnChar", &Parser::OnChar),
+          slot("AM", &Parser::OnFieldAM),
+          slot("PM", &Parser::OnFieldPM),
+          slot("D", &Parser::OnFieldD),
+          slot("DD", &Parser::OnFieldDD),
+          slot("DDD", &Parser::OnFieldDDD),
+          slot("DAY", &Parser::OnFieldDAY),
+          slot("DY", &Parser::OnFieldDY),
+          slot("HH", &Parser::OnFieldHH),
+          slot("HH12", &Parser::OnFieldHH12),
+          slot("HH24", &Parser::OnFieldHH24),
+          slot("MI", &Parser::OnFieldMI),
+          slot("MIC", &Parser::OnFieldMIC),
+          slot("MM", &Parser::OnFieldMM),
+          slot("MON", &Parser::OnFieldMON),
+          slot("MONTH", &Parser::OnFieldMONTH),
+          slot("MS", &Parser::OnFieldMS),
+          slot("RM", &Parser::OnFieldRM),
+          slot("Q", &Parser::OnFieldQ),
+          slot("SS", &Parser::OnFieldSS),
+          slot("SE", &Parser::OnFieldSE),
+          slot("FF", &Parser::OnFieldFF),
+          slot("FFn", &Parser::OnFieldFFn),
+          slot("SSSSS", &Parser::OnFieldSSSSS),
+          slot("TZD", &Parser::OnFieldTZD),
+          slot("TZH", &Parser::OnFieldTZH),
+          slot("TZM", &Parser::OnFieldTZM),
+          slot("TZR", &Parser::OnFieldTZR),
+          slot("W", &Parser::OnFieldW),
+          slot("WW", &Parser::OnFieldWW),
+          slot("RR", &Parser::OnFieldRR),
+          slot("RRRR", &Parser::OnFieldRRRR),
+          slot("Y", &Parser::OnFieldY),
+          slot("YY", &Parser::OnFieldYY),
+          slot("YYY", &Parser::OnFieldYYY),
+          slot("YYYY", &Parser::OnFieldYYYY),
+          slot("DAYS", &Parser::OnFieldDAYS),
+          slot("HOURS", &Parser::OnFieldHOURS),
+          slot("MINUTES", &Parser::OnFieldMINUTES),
+          slot("SECONDS", &Parser::OnFieldSECONDS),
+          slot("end", &Parser::OnEndOfParse),
+      },
+      0);
+}
+
 // Overrides what it must and nothing else, and shows the members that subclasses see.
 class BareRow : public ConnectionRow {
  public:
@@ -195,6 +246,31 @@ TEST(MemberOrder, OfDataValue) {
   EXPECT_THAT((std::array{offsetof(DataValue, value), offsetof(DataValue, low), offsetof(DataValue, precisionScale),
                           offsetof(DataValue, null), sizeof(DataValue)}),
               testing::ElementsAre(0, 8, 16, 24, 32));
+}
+
+// Where a member lies: the Itanium C++ ABI keeps its offset in a pointer to it.
+template <class Member>
+std::ptrdiff_t offsetOf(Member member) {
+  std::ptrdiff_t offset = 0;
+  static_assert(sizeof member == sizeof offset);
+  std::memcpy(&offset, &member, sizeof offset);
+  return offset;
+}
+
+struct ScannerMembers : DataTypes::TimeFormatParser {
+  static std::vector<std::ptrdiff_t> offsets() {
+    using Members = ScannerMembers;
+    return {offsetOf(&Members::state),  offsetOf(&Members::fillMode),      offsetOf(&Members::exactMode),
+            offsetOf(&Members::status), offsetOf(&Members::fractionDigit), offsetOf(&Members::value)};
+  }
+
+ protected:
+  ~ScannerMembers() = default;
+};
+
+TEST(MemberOrder, OfTimeFormatParser) {
+  EXPECT_THAT(ScannerMembers::offsets(), testing::ElementsAre(8, 12, 16, 20, 21, 24));
+  EXPECT_EQ(sizeof(DataTypes::TimeFormatParser), 32);
 }
 
 }  // namespace
