@@ -1,5 +1,7 @@
 // Converting a record between the host's byte order and the opposite one, in place.
 
+#include "row2/row2_flip.h"
+
 #include <cstdint>
 
 #include "datatypes/type_catalogue.h"
@@ -11,14 +13,8 @@ namespace kyv_internal {
 
 namespace {
 
-void reverseHeaderWord(void* record, std::size_t offset) { reverseWord<std::uint32_t>(at(record, offset)); }
-
 // Both counts are in host order.
-std::size_t entriesOf(const void* record) { return columnCount(record) + optionCount(record); }
-
-void reverseTable(void* record, std::size_t entries) {
-  for (std::size_t i = 0; i <= entries; ++i) reverseHeaderWord(record, entryOffset(i));
-}
+std::size_t entriesOf(const void* record) { return std::size_t{columnCount(record)} + optionCount(record); }
 
 void reverseColumn(unsigned char* value, Kind kind, std::size_t size) {
   if (kind == Kind::FixedDecimal) {
@@ -28,7 +24,27 @@ void reverseColumn(unsigned char* value, Kind kind, std::size_t size) {
   }
 }
 
-// Counts and offsets are in host order.
+void reverseWords(unsigned char* bytes, std::int64_t length) {
+  for (; length >= kLatencyWordSize; length -= kLatencyWordSize, bytes += kLatencyWordSize) {
+    reverseWord<std::uint32_t>(bytes);
+  }
+}
+
+// The latency words are the only option content that has a byte order.
+void reverseOptions(void* record) {
+  if ((load<std::uint32_t>(at(record, kFlagsOffset)) & kInstrumentLatencyFlag) == 0) return;
+  const OptionExtent latencies = latencyExtent(record);
+  reverseWords(at(record, latencies.begin), latencies.length);
+}
+
+}  // namespace
+
+void reverseHeaderWord(void* record, std::size_t offset) { reverseWord<std::uint32_t>(at(record, offset)); }
+
+void reverseTable(void* record, std::size_t entries) {
+  for (std::size_t i = 0; i <= entries; ++i) reverseHeaderWord(record, entryOffset(i));
+}
+
 void reverseColumns(void* record, const unsigned int* types) {
   const std::uint32_t columns = columnCount(record);
   for (std::uint32_t i = 0; i < columns; ++i) {
@@ -40,24 +56,6 @@ void reverseColumns(void* record, const unsigned int* types) {
 }
 
 bool hasOptions(const void* record) { return (load<std::uint32_t>(at(record, kFlagsOffset)) & kOptionFlags) != 0; }
-
-void reverseWords(unsigned char* bytes, std::int32_t length) {
-  for (std::int32_t done = 0; length - done >= 4; done += 4) reverseWord<std::uint32_t>(bytes + done);
-}
-
-// The latency words are the only option content that has a byte order. They are in slot 1, so their entry is the first
-// of the options, or the second when slot 0 is there too.
-void reverseOptions(void* record) {
-  const std::uint32_t flags = load<std::uint32_t>(at(record, kFlagsOffset));
-  if ((flags & kInstrumentLatencyFlag) == 0) return;
-  const std::size_t index = columnCount(record) + ((flags & kFirstOptionFlag) != 0 ? 1 : 0);
-  const std::int32_t offset = tableEntry(record, index);
-  if (offset <= 0) return;
-  const std::int32_t length = nextPositiveEntry(record, index, entriesOf(record)) - offset;
-  reverseWords(at(record, static_cast<std::size_t>(offset)), length);
-}
-
-}  // namespace
 
 }  // namespace kyv_internal
 

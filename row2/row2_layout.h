@@ -41,6 +41,8 @@ inline constexpr std::uint32_t kBigEndianFlag = 0x10;
 inline constexpr std::uint32_t kFirstOptionFlag = 0x100;
 inline constexpr std::uint32_t kOptionFlags = 0xFF00;
 inline constexpr std::uint32_t kInstrumentLatencyFlag = 0x200;
+inline constexpr std::int64_t kLatencyWordSize = 4;
+inline constexpr std::int64_t kLeastLatencySize = 16;
 inline constexpr unsigned int kOptionSlots = 8;
 
 inline constexpr std::uint32_t kHostByteOrderFlag = std::endian::native == std::endian::big ? kBigEndianFlag : 0;
@@ -92,6 +94,27 @@ inline std::int32_t nextPositiveEntry(const void* record, std::size_t index, std
     if (const std::int32_t entry = tableEntry(record, index); entry > 0) return entry;
   }
   return tableEntry(record, entries);
+}
+
+// Where the entry of the latency option stands in the table of a record that has it: options are in slot order, and it
+// is in slot 1.
+constexpr std::size_t latencyIndex(std::uint32_t columns, std::uint32_t flags) {
+  return std::size_t{columns} + ((flags & kFirstOptionFlag) != 0 ? 1 : 0);
+}
+
+struct OptionExtent {
+  std::size_t begin = 0;
+  std::int64_t length = 0;  // bytes; negative when the offsets make no sense
+};
+
+// The latency option's content in a record that has the option and is as long as its table; nothing without content.
+inline OptionExtent latencyExtent(const void* record) {
+  const std::size_t entries = std::size_t{columnCount(record)} + optionCount(record);
+  const std::size_t index = latencyIndex(columnCount(record), load<std::uint32_t>(at(record, kFlagsOffset)));
+  if (index >= entries) return {};
+  const std::int32_t begin = tableEntry(record, index);
+  if (begin <= 0) return {};
+  return {static_cast<std::size_t>(begin), std::int64_t{nextPositiveEntry(record, index, entries)} - begin};
 }
 
 }  // namespace kyv_internal

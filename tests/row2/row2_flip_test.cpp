@@ -1,18 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "kyv/data_types.h"
 #include "kyv/row2.h"
 #include "tests/support/bytes.h"
+#include "tests/support/record_copies.h"
 
 namespace {
 
 using enum DataTypes::TypeEnum;
 using kyv_test::fromHex;
 using kyv_test::HandRecord;
+using kyv_test::inOppositeOrder;
+using kyv_test::RecordCopy;
 using kyv_test::toHex;
 
 struct FlipRow {
@@ -21,21 +23,6 @@ struct FlipRow {
   HandRecord host;
   std::string oppositePayload;
 };
-
-void reverse(std::string& bytes, std::size_t offset, std::size_t count) {
-  const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
-  std::reverse(begin, begin + static_cast<std::ptrdiff_t>(count));
-}
-
-// The same record in the opposite byte order: length, operation and flags (the words at 0, 4 and 12) stay.
-std::string oppositeBytes(const FlipRow& row) {
-  HandRecord opposite = row.host;
-  opposite.payload = row.oppositePayload;
-  std::string bytes = opposite.bytes();
-  for (const std::size_t offset : {8, 16}) reverse(bytes, offset, 4);
-  for (std::size_t i = 0; i < row.host.table.size(); ++i) reverse(bytes, 20 + 4 * i, 4);
-  return bytes;
-}
 
 const FlipRow kRows[] = {
     {"no columns", {}, {1, 0x01020304, 0, 0, {24}, ""}, ""},
@@ -72,19 +59,17 @@ const FlipRow kRows[] = {
      "01020304 05060708"},
 };
 
-// What an operation on the record gives, at an odd address in exactly enough memory.
 template <class Operation>
 std::string flipped(const std::string& bytes, Operation flip) {
-  std::vector<unsigned char> memory(bytes.size() + 1);
-  std::copy(bytes.begin(), bytes.end(), memory.begin() + 1);
-  flip(static_cast<Row2*>(static_cast<void*>(memory.data() + 1)));
-  return {memory.begin() + 1, memory.end()};
+  RecordCopy record(bytes);
+  flip(record.get());
+  return record.bytes();
 }
 
 TEST(Row2Flip, TurnsRecordsIntoTheOppositeOrderAndBack) {
   for (const FlipRow& row : kRows) {
     SCOPED_TRACE(row.what);
-    const std::string host = row.host.bytes(), opposite = oppositeBytes(row);
+    const std::string host = row.host.bytes(), opposite = inOppositeOrder(row.host, row.oppositePayload);
     const unsigned int* const types = row.types.data();
     EXPECT_EQ(toHex(flipped(host, [=](Row2* r) { r->flipFromNativeByteOrder(types); })), toHex(opposite));
     EXPECT_EQ(toHex(flipped(opposite, [=](Row2* r) { r->flipToNativeByteOrder(types); })), toHex(host));
