@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "connection/row_handle.h"
 #include "kyv/connection_row.h"
 #include "kyv/connection_row_by_names.h"
 #include "kyv/connection_row_by_order.h"
@@ -16,10 +17,6 @@
 #include "kyv/stream_schema.h"
 #include "services/errors_handle.h"
 #include "services/handle_cell.h"
-
-struct ConnectionRowHandle {
-  ConnectionRow* object;
-};
 
 namespace {
 
@@ -74,6 +71,8 @@ ConnectionRowHandle* createConnectionRow(const char* kind) {
 }
 
 void deleteConnectionRow(ConnectionRowHandle* row) { kyv_internal::deleteCell(row); }
+
+void releaseConnectionRow(ConnectionRowHandle* row) { delete row; }
 
 void clear(ConnectionRowHandle* row) {
   guarded([&] { row->object->clear(); });

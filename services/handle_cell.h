@@ -10,19 +10,9 @@
 #include <memory>
 #include <string_view>
 
+#include "services/mutex_guard.h"
+
 namespace kyv_internal {
-
-// Holds a mutex until the end of the scope.
-class MutexGuard {
- public:
-  explicit MutexGuard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
-  ~MutexGuard() { pthread_mutex_unlock(&mutex_); }
-  MutexGuard(const MutexGuard&) = delete;
-  MutexGuard& operator=(const MutexGuard&) = delete;
-
- private:
-  pthread_mutex_t& mutex_;
-};
 
 // The body of a flat function, which no exception leaves. What throws is exhausted memory, and code of the caller's
 // such as a schema; the result is then `failure`: null, false or zero.

@@ -145,6 +145,8 @@ class KYV_EXPORT ConnectionRow {
   std::string sequenceNumberColumnName_;
   std::string opcodeColumnName_;
 
-  // An addition: the formats compiled and the schema looked up.
+  // Additions: the formats compiled and the schema looked up; what tells the tag's prototype from a later one at its
+  // address.
   std::unique_ptr<kyv_internal::PreparedSettings> prepared_;
+  std::shared_ptr<const void> poolGeneration_;
 };

@@ -18,15 +18,19 @@
 #include "kyv/export.h"
 
 #ifdef __cplusplus
+#include "kyv/connection_trans.h"
 class ConnectionRow;
 class ConnectionRowType;
 extern "C" {
 #else
 typedef struct ConnectionRow ConnectionRow;
 typedef struct ConnectionRowType ConnectionRowType;
+typedef struct ConnectionTrans ConnectionTrans;
 #endif
 
 typedef struct ConnectionRowHandle ConnectionRowHandle;
+typedef struct ConnectionRowPoolHandle ConnectionRowPoolHandle;
+typedef struct ConnectionRawTransHandle ConnectionRawTransHandle;
 typedef struct ConnectionErrorsHandle ConnectionErrorsHandle;
 
 /* --- Types -------------------------------------------------------------------------------------------------------- */
@@ -99,6 +103,8 @@ KYV_EXPORT void releaseConnectionRowType(ConnectionRowType** type);
 KYV_EXPORT ConnectionRowHandle* createConnectionRow(const char* kind);
 /* Deletes row and handle; nothing for null. */
 KYV_EXPORT void deleteConnectionRow(ConnectionRowHandle* row);
+/* Releases the handle alone, of a row that something else owns; nothing for null. */
+KYV_EXPORT void releaseConnectionRow(ConnectionRowHandle* row);
 
 KYV_EXPORT void clear(ConnectionRowHandle* row);
 KYV_EXPORT void clearData(ConnectionRowHandle* row);
@@ -149,6 +155,53 @@ KYV_EXPORT void enableGDMode(ConnectionRowHandle* row);
 KYV_EXPORT void setGDKeyColumnName(ConnectionRowHandle* row, const char* name);
 KYV_EXPORT void setOpcodeColumnName(ConnectionRowHandle* row, const char* name);
 KYV_EXPORT long long getGDKey(ConnectionRowHandle* row);
+
+/* --- Pools of rows ------------------------------------------------------------------------------------------------ */
+
+/* A pool hands out rows with the settings of its prototype and takes them back for reuse. Any number of threads may use
+ * one pool; creating and deleting it is for one. Without a prototype it hands out nothing. */
+KYV_EXPORT ConnectionRowPoolHandle* createConnectionRowPool(void);
+/* Deletes the pool with its prototype and the rows that lie in it, and the handle; nothing for null. Rows that are out
+ * stay as they are: deleteConnectionRow. */
+KYV_EXPORT void deleteConnectionRowPool(ConnectionRowPoolHandle* pool);
+/* Gives the pool its prototype and releases the prototype's handle. The old prototype and all rows that lie in the pool
+ * are deleted; rows that are out will be when they come back. */
+KYV_EXPORT void setPrototype(ConnectionRowPoolHandle* pool, ConnectionRowHandle* prototype);
+/* A row without data, in a new handle; a handle without a row when the pool has no prototype. freeConnectionRow takes
+ * both. */
+KYV_EXPORT ConnectionRowHandle* alloc(ConnectionRowPoolHandle* pool);
+/* Gives a row back and releases its handle, once; nothing for a null handle. */
+KYV_EXPORT void freeConnectionRow(ConnectionRowPoolHandle* pool, ConnectionRowHandle* row);
+/* Whether the pool's current prototype made the row. */
+KYV_EXPORT bool validateConnectionRow(ConnectionRowPoolHandle* pool, ConnectionRowHandle* row);
+
+/* --- Transactions of rows ----------------------------------------------------------------------------------------- */
+
+KYV_EXPORT ConnectionTrans* createConnectionTrans(void);
+/* Deletes the transaction with the rows that it still holds; nothing for null. */
+KYV_EXPORT void deleteConnectionTrans(ConnectionTrans* trans);
+/* Deletes the rows that the transaction still holds and fills it with `count` rows of the pool. False, with the rows
+ * that there were, when the pool has no prototype. */
+KYV_EXPORT bool allocTrans(ConnectionRowPoolHandle* pool, ConnectionTrans* trans, int count);
+/* Gives all rows back and empties the transaction. */
+KYV_EXPORT void freeTrans(ConnectionRowPoolHandle* pool, ConnectionTrans* trans);
+KYV_EXPORT int getConnectionTransSize(ConnectionTrans* trans);
+/* The row at an index from 0 on, in a new handle for releaseConnectionRow: the row stays the transaction's. Null
+ * outside the transaction. */
+KYV_EXPORT ConnectionRowHandle* getConnectionTrans(ConnectionTrans* trans, int index);
+
+/* --- Transactions of records -------------------------------------------------------------------------------------- */
+
+KYV_EXPORT ConnectionRawTransHandle* createConnectionRawTrans(void);
+/* Frees the records, the transaction and the handle; nothing for null. */
+KYV_EXPORT void deleteConnectionRawTrans(ConnectionRawTransHandle* trans);
+/* Appends a record from malloc, which is the transaction's from now on; freed when memory is exhausted. */
+KYV_EXPORT void pushBackConnectionRawTrans(ConnectionRawTransHandle* trans, void* record);
+KYV_EXPORT int getConnectionRawTransSize(ConnectionRawTransHandle* trans);
+/* The record at an index from 0 on, which stays the transaction's; null outside. */
+KYV_EXPORT void* getConnectionRawTrans(ConnectionRawTransHandle* trans, int index);
+/* Frees the records. */
+KYV_EXPORT void clearConnectionRawTrans(ConnectionRawTransHandle* trans);
 
 #ifdef __cplusplus
 }

@@ -255,6 +255,60 @@ static void operationsOfOtherForms(ConnectionErrorsHandle* errors) {
   deleteConnectionRow(NULL);
 }
 
+/* A pool whose prototype has the trades' schema. */
+static ConnectionRowPoolHandle* tradesPool(void) {
+  ConnectionRowPoolHandle* pool = createConnectionRowPool();
+  ConnectionRowHandle* none = alloc(pool);
+  expectNumber("a handle without a row", none != NULL, true);
+  freeConnectionRow(pool, none);
+  freeConnectionRow(pool, NULL);
+  setPrototype(pool, tradesRow("RowByOrder"));
+  return pool;
+}
+
+static void rowsOfAPool(void) {
+  ConnectionRowPoolHandle* pool = tradesPool();
+  ConnectionRowHandle* row = alloc(pool);
+  ConnectionRowHandle* stranger = tradesRow("RowByOrder");
+  expectNumber("the prototype's schema", getStreamType(row) != NULL, true);
+  expectNumber("a row of the pool", validateConnectionRow(pool, row), true);
+  expectNumber("another row", validateConnectionRow(pool, stranger), false);
+  setPrototype(pool, stranger);
+  expectNumber("a row of the former prototype", validateConnectionRow(pool, row), false);
+  freeConnectionRow(pool, row);
+  deleteConnectionRowPool(pool);
+  deleteConnectionRowPool(NULL);
+}
+
+/* Converts each row of a transaction into a record of a raw transaction. */
+static void transactions(ConnectionErrorsHandle* errors) {
+  ConnectionRowPoolHandle* pool = tradesPool();
+  ConnectionTrans* trans = createConnectionTrans();
+  ConnectionRawTransHandle* records = createConnectionRawTrans();
+  expectNumber("no record", getConnectionRawTrans(records, 0) == NULL, true);
+  expectNumber("filled", allocTrans(pool, trans, 2), true);
+  expectNumber("rows", getConnectionTransSize(trans), 2);
+  expectNumber("no row", getConnectionTrans(trans, 2) == NULL, true);
+  for (int i = 0; i < getConnectionTransSize(trans); ++i) {
+    ConnectionRowHandle* row = getConnectionTrans(trans, i);
+    setFieldAsStringWithIndex(row, 2, NULL);
+    setOp(row, i == 0 ? 'i' : 'd');
+    pushBackConnectionRawTrans(records, toRow(row, 1, errors));
+    releaseConnectionRow(row);
+  }
+  freeTrans(pool, trans);
+  expectNumber("rows left", getConnectionTransSize(trans), 0);
+  expectNumber("records", getConnectionRawTransSize(records), 2);
+  expectNumber("operation", headerWord(getConnectionRawTrans(records, 1), 1), 5);
+  clearConnectionRawTrans(records);
+  expectNumber("records left", getConnectionRawTransSize(records), 0);
+  deleteConnectionRawTrans(records);
+  deleteConnectionRawTrans(NULL);
+  deleteConnectionTrans(trans);
+  deleteConnectionTrans(NULL);
+  deleteConnectionRowPool(pool);
+}
+
 int main(void) {
   ConnectionErrorsHandle* errors = createConnectionErrors();
   ConnectionRowHandle* row = tradesRow("RowByOrder");
@@ -268,6 +322,8 @@ int main(void) {
   namedRow(errors);
   guaranteedDelivery(errors);
   operationsOfOtherForms(errors);
+  rowsOfAPool();
+  transactions(errors);
   expectReport(errors, NULL);
   deleteConnectionErrors(errors);
   return failures == 0 ? 0 : 1;

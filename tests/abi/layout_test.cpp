@@ -198,7 +198,8 @@ class BareRow : public ConnectionRow {
             &sequenceNumber_,
             &sequenceNumberColumnName_,
             &opcodeColumnName_,
-            &prepared_};
+            &prepared_,
+            &poolGeneration_};
   }
 };
 
@@ -234,6 +235,10 @@ TEST(VirtualOrder, RowsOverrideTheOperationsOfTheirExternalForm) {
   EXPECT_THAT(operationsThatDifferFromTheBase(ConnectionRowCsv()),
               testing::ElementsAre("clear", "clearData", "createNew", "setSeparator", "setWithService", "allocBuffer",
                                    "setBuffer", "toRow(callback)", "toRow"));
+  EXPECT_THAT(operationsThatDifferFromTheBase(ConnectionRowBinary()),
+              testing::ElementsAre("clear", "clearData", "createNew", "setRow", "allocRow", "adoptRow",
+                                   "validate(reference)", "validate(pointer)", "getRow", "getRowSize",
+                                   "toRow(callback)", "toRow", "fromRow(callback)", "fromRow"));
 }
 
 TEST(MemberOrder, OfConnectionRow) {
