@@ -12,6 +12,10 @@ targets='
 line to record|6
 fields to record|5
 record to fields|4
+row of a pool|3
+row of a pool, 2 threads|3
+10 fields by name|0.67
+100 fields by name|0.67
 text to date|5
 text to timestamp|5
 timestamp to text|8
@@ -30,7 +34,7 @@ max_peak_kilobytes=65536
 
 build() {
   cmake --preset release >/dev/null
-  cmake --build --preset release --target kyv row_benchmark text_benchmark make_trades getline_convert getline_print \
+  cmake --build --preset release --target kyv pool_benchmark row_benchmark text_benchmark make_trades getline_convert getline_print \
     measure_run >/dev/null
 }
 
@@ -50,11 +54,11 @@ best() {
 # Processor nanoseconds an item. The list of names comes first, with measures that never are the best, for the order.
 micro_benchmarks() {
   local program
-  for program in row_benchmark text_benchmark; do
-    "$bin/$program" --benchmark_list_tests=true | sed 's|/\(.*\)|\|\1\|1e9|'
+  for program in row_benchmark pool_benchmark text_benchmark; do
+    "$bin/$program" --benchmark_list_tests=true | sed -E 's#^([^/]*)/(kyv|peer).*#\1|\2|1e9#'
     "$bin/$program" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
       --benchmark_enable_random_interleaving=true --benchmark_min_time=0.05 2>/dev/null |
-      sed -nE 's|^"([^"/]*)/(kyv\|peer)",(.*)$|\1;\2;\3|p' |
+      sed -nE 's#^"([^"/]*)/(kyv|peer)(/real_time/threads:[0-9]+)?",(.*)$#\1;\2;\4#p' |
       awk -F';' '{ split($3, cells, ","); printf "%s|%s|%.2f\n", $1, $2, 1e9 / cells[6] }'
   done | best
 }
@@ -116,8 +120,8 @@ table() {
             ratio = time[path, "peer"] / time[path, "kyv"]
             goal = path in target ? target[path] "x" : ""
             verdict = path in target && ratio < target[path] ? " missed" : ""
-            printf "| %s | %s %s | %s %s | %.1fx | %s%s |\n", path, time[path, "peer"], unit, time[path, "kyv"], unit,
-                   ratio, goal, verdict } }'
+            printf "| %s | %s %s | %s %s | %.*fx | %s%s |\n", path, time[path, "peer"], unit, time[path, "kyv"], unit,
+                   (ratio < 2 ? 2 : 1), ratio, goal, verdict } }'
 }
 
 peak_line() {

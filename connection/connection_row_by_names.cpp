@@ -1,5 +1,6 @@
 #include "kyv/connection_row_by_names.h"
 
+#include "connection/named_columns.h"
 #include "connection/named_fields.h"
 #include "connection/operation_code.h"
 #include "connection/prepared_settings.h"
@@ -8,28 +9,25 @@
 
 namespace {
 
+using kyv_internal::NamedColumns;
 using kyv_internal::NamedFields;
-using kyv_internal::RowField;
-
-constexpr std::string_view kOperationField = "KYV_OPS";
-constexpr std::string_view kFlagsField = "KYV_FLAGS";
 
 // The operation of the reserved field; upsert without it. False with a message for an unknown letter.
 bool readOperation(const NamedFields& fields, StreamInterface::StreamOperations& operation, unsigned long recordNo,
                    ConnectionErrors& errors) {
-  const RowField* const field = fields.find(kOperationField);
+  const char* const text = fields.text(NamedFields::kOperation).data;
   operation = StreamInterface::Upsert;
-  return field == nullptr || kyv_internal::parseOperation(operation, *field->data, recordNo, errors);
+  return text == nullptr || kyv_internal::parseOperation(operation, *text, recordNo, errors);
 }
 
 bool readFlags(const NamedFields& fields, bool& shineThrough, unsigned long recordNo, ConnectionErrors& errors) {
-  const RowField* const field = fields.find(kFlagsField);
-  return kyv_internal::parseFlags(shineThrough, field != nullptr ? field->data : nullptr, recordNo, errors);
+  return kyv_internal::parseFlags(shineThrough, fields.text(NamedFields::kFlags).data, recordNo, errors);
 }
 
 }  // namespace
 
-ConnectionRowByNames::ConnectionRowByNames() : fields_(std::make_unique<NamedFields>()) {}
+ConnectionRowByNames::ConnectionRowByNames()
+    : fields_(std::make_unique<NamedFields>()), columns_(std::make_unique<NamedColumns>()) {}
 
 ConnectionRowByNames::~ConnectionRowByNames() = default;
 
@@ -51,9 +49,8 @@ ConnectionRow* ConnectionRowByNames::createNew() {
 }
 
 bool ConnectionRowByNames::getFieldAsString(const char* name, const char** out) {
-  const RowField* const field = fields_->find(name);
-  *out = field != nullptr ? field->data : nullptr;
-  return field != nullptr;
+  *out = fields_->text(fields_->slotOf(name)).data;
+  return *out != nullptr;
 }
 
 bool ConnectionRowByNames::getFieldAsString(const char* name, std::string& out) {
@@ -86,14 +83,10 @@ void* ConnectionRowByNames::toRow(ConnectionCallback*, unsigned long recordNo, C
   bool shineThrough = false;
   if (!readOperation(*fields_, operation, recordNo, errors)) return nullptr;
   if (!readFlags(*fields_, shineThrough, recordNo, errors)) return nullptr;
-  columnFields_.clear();
-  for (int i = 0; i < static_cast<int>(columns.size()); ++i) {
-    const RowField* const field = fields_->find(streamType_->getColumnName(i));
-    columnFields_.push_back(field != nullptr ? *field : RowField());
-  }
+  const std::span<const kyv_internal::RowField> fields =
+      columns_->fieldsOf(*streamType_, prepared_->schema, columns.size(), *fields_);
   return kyv_internal::buildRecord(
-      {*streamType_, prepared_->formats, columns, columnFields_, operation, shineThrough, recordNo}, errors,
-      failedColumn_);
+      {*streamType_, prepared_->formats, columns, fields, operation, shineThrough, recordNo}, errors, failedColumn_);
 }
 
 void* ConnectionRowByNames::toRow(unsigned long recordNo, ConnectionErrors* errors) {

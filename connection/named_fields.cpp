@@ -12,84 +12,134 @@ namespace {
 
 constexpr std::size_t kFirstNames = 100;  // names that are expected
 constexpr std::size_t kFirstBuckets = 193;
-constexpr std::size_t kBlockBytes = 4096;
+constexpr std::uint32_t kLongestChain = 8;
 
-RowField fieldOf(std::string_view text) { return {text.data(), text.size()}; }
+constexpr std::size_t kSmallestBlock = 4096;
+constexpr std::size_t kLargestKeptBlock = 65536;
+constexpr std::size_t kMostNameBytes = 1048576;  // that outlast their fields
+
+// In the order of their slots.
+constexpr std::string_view kReservedNames[] = {"", "KYV_OPS", "KYV_FLAGS"};
 
 }  // namespace
 
 std::string_view TextStore::keep(std::string_view text) {
-  const std::size_t size = text.size() + 1;
-  if (capacity_ - used_ < size) {
-    const std::size_t capacity = std::max(size, kBlockBytes);
-    PaddedMemory block = allocatePadded(capacity);
-    if (block == nullptr) throw std::bad_alloc();
-    blocks_.push_back(std::move(block));
-    capacity_ = capacity;
-    used_ = 0;
-  }
-  char* const copy = blocks_.back().get() + used_;
-  std::copy(text.begin(), text.end(), copy);
+  if (capacity_ - used_ <= text.size()) addBlock(text.size() + 1);
+  char* const copy = block_ + used_;
+  std::memcpy(copy, text.data(), text.size());
   copy[text.size()] = 0;
-  used_ += size;
+  used_ += text.size() + 1;
   return {copy, text.size()};
 }
 
-void TextStore::clear() {
-  if (blocks_.size() > 1) {
-    blocks_.clear();
-    capacity_ = 0;
-  }
+void TextStore::addBlock(std::size_t size) {
+  const std::size_t capacity = std::max({size, wanted_, kSmallestBlock});
+  PaddedMemory block = allocatePadded(capacity);
+  if (block == nullptr) throw std::bad_alloc();
+  blocks_.push_back(std::move(block));
+  block_ = blocks_.back().get();
+  full_ += capacity_;
+  capacity_ = capacity;
   used_ = 0;
 }
 
-NamedFields::NamedFields() : buckets_(kFirstBuckets, kEnd) { entries_.reserve(kFirstNames); }
+void TextStore::clear() {
+  wanted_ = std::min(bytes(), kLargestKeptBlock);
+  if (blocks_.size() > 1 || capacity_ > kLargestKeptBlock) {
+    blocks_.clear();
+    capacity_ = 0;
+  }
+  full_ = 0;
+  used_ = 0;
+}
+
+NamedFields::NamedFields() {
+  names_.reserve(kFirstNames);
+  texts_.reserve(kFirstNames);
+  forgetNames();
+}
+
+// All names but the reserved ones, which need no copies. The first slot's name is never looked up.
+void NamedFields::forgetNames() {
+  names_.clear();
+  crowded_.clear();
+  keptNames_.clear();
+  buckets_.assign(kFirstBuckets, {});
+  for (const std::string_view name : kReservedNames) {
+    const auto slot = static_cast<Slot>(names_.size());
+    names_.push_back({name, kOperation, kNone});
+    if (slot != kNone) link(slot);
+  }
+  texts_.assign(names_.size(), {});
+  ++version_;
+}
 
 std::size_t NamedFields::bucketOf(std::string_view name) const { return cStringHash(name) % buckets_.size(); }
 
-std::uint32_t NamedFields::indexOf(std::string_view name) const {
-  std::uint32_t index = buckets_[bucketOf(name)];
-  while (index != kEnd && entries_[index].name != name) index = entries_[index].next;
-  return index;
+NamedFields::Slot NamedFields::slotOf(std::string_view name) const {
+  const Bucket& bucket = buckets_[bucketOf(name)];
+  for (Slot slot = bucket.newest; slot != kNone; slot = names_[slot].next) {
+    if (name == names_[slot].text) return slot;
+  }
+  if (bucket.length < kLongestChain) return kNone;
+  const auto found = crowded_.find(name);
+  return found != crowded_.end() ? found->second : kNone;
 }
 
-const RowField* NamedFields::find(std::string_view name) const {
-  const std::uint32_t index = indexOf(name);
-  return index == kEnd ? nullptr : &entries_[index].text;
+void NamedFields::set(const char* name, std::string_view text) {
+  const std::string_view copy = keptTexts_.keep(text);
+  Slot slot = names_[last_].follower;
+  if (std::strcmp(names_[slot].text.data(), name) != 0) {
+    slot = slotOf(name);
+    if (slot == kNone) slot = add(name);
+    names_[last_].follower = slot;
+  }
+  last_ = slot;
+  RowField& field = texts_[slot];
+  fieldCount_ += field.data == nullptr;
+  field = {copy.data(), copy.size()};
 }
 
-void NamedFields::set(std::string_view name, std::string_view text) {
-  const RowField field = fieldOf(texts_.keep(text));
-  const std::uint32_t index = indexOf(name);
-  if (index != kEnd) {
-    entries_[index].text = field;
+NamedFields::Slot NamedFields::add(std::string_view name) {
+  if (names_.size() >= buckets_.size()) grow();
+  const auto slot = static_cast<Slot>(names_.size());
+  texts_.resize(slot + std::size_t{1});
+  names_.push_back({keptNames_.keep(name), kOperation, kNone});
+  ++version_;
+  link(slot);
+  return slot;
+}
+
+// The newest comes first in its bucket.
+void NamedFields::link(Slot slot) {
+  const std::string_view name = names_[slot].text;
+  Bucket& bucket = buckets_[bucketOf(name)];
+  if (bucket.length == kLongestChain) {
+    crowded_.emplace(name, slot);
     return;
   }
-  if (entries_.size() == buckets_.size()) grow();
-  add({texts_.keep(name), field, kEnd});
-}
-
-// The entry comes first in its bucket.
-void NamedFields::add(const Entry& entry) {
-  std::uint32_t& head = buckets_[bucketOf(entry.name)];
-  entries_.push_back(entry);
-  entries_.back().next = head;
-  head = static_cast<std::uint32_t>(entries_.size() - 1);
+  names_[slot].next = bucket.newest;
+  bucket.newest = slot;
+  ++bucket.length;
 }
 
 void NamedFields::grow() {
-  std::vector<Entry> entries;
-  entries.reserve(2 * entries_.size());
-  entries.swap(entries_);
-  buckets_.assign(2 * buckets_.size() + 1, kEnd);
-  for (const Entry& entry : entries) add(entry);
+  buckets_.assign(2 * buckets_.size() + 1, {});
+  crowded_.clear();
+  for (Slot slot = kNone + 1; slot < names_.size(); ++slot) link(slot);
 }
 
 void NamedFields::clear() {
-  if (entries_.empty()) return;
-  entries_.clear();
-  std::fill(buckets_.begin(), buckets_.end(), kEnd);
-  texts_.clear();
+  if (keptTexts_.bytes() == 0) return;
+  const bool mostAreUnused = names_.size() > kFirstNames && fieldCount_ < names_.size() / 2;
+  if (mostAreUnused || keptNames_.bytes() > kMostNameBytes) {
+    forgetNames();
+  } else {
+    std::fill(texts_.begin(), texts_.end(), RowField());
+  }
+  keptTexts_.clear();
+  fieldCount_ = 0;
+  last_ = kNone;
 }
 
 }  // namespace kyv_internal

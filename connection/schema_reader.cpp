@@ -7,6 +7,7 @@ namespace kyv_internal {
 void SchemaReader::setSchema(const ConnectionRowType* schema) {
   schema_ = schema;
   ready_ = dynamic_cast<const kyv::StreamSchema*>(schema);
+  ++version_;
 }
 
 std::span<const ColumnType> SchemaReader::askedColumns() {

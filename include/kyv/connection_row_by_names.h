@@ -6,14 +6,13 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "kyv/connection_row.h"
 #include "kyv/export.h"
 
 namespace kyv_internal {
+class NamedColumns;
 class NamedFields;
-struct RowField;
 }  // namespace kyv_internal
 
 class KYV_EXPORT ConnectionRowByNames : public ConnectionRow {
@@ -44,8 +43,9 @@ class KYV_EXPORT ConnectionRowByNames : public ConnectionRow {
   int failedColumn() const { return failedColumn_; }
 
  private:
-  int textBytes_ = 0;
-  std::unique_ptr<kyv_internal::NamedFields> fields_;
+  // In the order of the class's fields; additions follow.
+  int textBytes_ = 0;                                  // of all texts that were set, terminators too
+  std::unique_ptr<kyv_internal::NamedFields> fields_;  // with the copies of names and texts
   int failedColumn_ = -1;
-  std::vector<kyv_internal::RowField> columnFields_;  // of the row being converted, in column order
+  std::unique_ptr<kyv_internal::NamedColumns> columns_;
 };

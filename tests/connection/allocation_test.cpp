@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "kyv/byte_buffer.h"
+#include "kyv/connection_row_by_names.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/connection_row_csv.h"
+#include "kyv/connection_row_pool.h"
 #include "kyv/data_types.h"
 #include "kyv/stream_schema.h"
 
@@ -93,6 +96,13 @@ class Allocations : public testing::Test {
     return static_cast<double>(allocations - before) / kRows;
   }
 
+  void setFields(ConnectionRowByNames& row) {
+    row.clearData();
+    for (const Cell& cell : kCells) {
+      if (cell.text != nullptr) row.setFieldAsString(cell.column.name.c_str(), cell.text);
+    }
+  }
+
   void setFields(ConnectionRowByOrder& row) {
     row.clearData();
     for (const Cell& cell : kCells) row.appendFieldAsString(cell.text);
@@ -135,6 +145,40 @@ TEST_F(Allocations, FieldsTakeOneForTheirRecord) {
               std::free(row.toRow(1, &errors_));
             }),
             1);
+  EXPECT_EQ(errors_.report(), "");
+}
+
+TEST_F(Allocations, NamedFieldsTakeOneForTheirRecordHoweverLongTheyAre) {
+  ConnectionRowByNames row;
+  row.setStreamType(&schema_, false);
+  const std::string longText(20000, 'x');
+  const auto convert = [&] {
+    setFields(row);
+    row.setFieldAsString("Name", longText.c_str());
+    std::free(row.toRow(1, &errors_));
+  };
+  convert();
+  EXPECT_EQ(perCall(convert), 1);
+  EXPECT_EQ(errors_.report(), "");
+}
+
+TEST_F(Allocations, ARowOfAPoolTakesNone) {
+  ConnectionRowPool pool;
+  auto prototype = std::make_unique<ConnectionRowByOrder>();
+  prototype->setStreamType(&schema_, false);
+  pool.setPrototype(prototype.release());
+  ConnectionTrans trans;
+  EXPECT_EQ(perCall([&] {
+              pool.allocTrans(&trans, 3);
+              for (ConnectionRow* const row : trans) {
+                out_.clear();
+                auto& ordered = static_cast<ConnectionRowByOrder&>(*row);
+                setFields(ordered);
+                ordered.appendRow(1, errors_, out_);
+              }
+              pool.freeTrans(&trans);
+            }),
+            0);
   EXPECT_EQ(errors_.report(), "");
 }
 

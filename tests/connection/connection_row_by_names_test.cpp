@@ -6,7 +6,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "kyv/stream_schema.h"
 #include "row2/row2_layout.h"
 #include "services/c_string_hash.h"
+#include "tests/support/test_schema.h"
 
 namespace {
 
@@ -103,6 +106,37 @@ TEST(NamedRow, KeepsItsFieldsUntilTheyAreCleared) {
   EXPECT_EQ(first, nullptr);
 }
 
+// The schema's names are asked for anew with each row, and a schema may be exchanged.
+TEST(NamedRow, FollowsItsSchemasNames) {
+  kyv_test::TestSchema changing(kyv_test::columnsOf("string string"));
+  kyv::StreamSchema forwards("Trades", 5, {{"A", DataTypes::kString}, {"B", DataTypes::kString}});
+  kyv::StreamSchema backwards("Trades", 5, {{"B", DataTypes::kString}, {"A", DataTypes::kString}});
+  ConnectionRowByNames row;
+  row.setFieldAsString("B", "b");
+  const auto outcomeOf = [&row](ConnectionRowType& type) {
+    row.setStreamType(&type, false);
+    return outcome(row);
+  };
+  const std::string onlyB = outcomeOf(forwards);
+  row.setFieldAsString("A", "a");
+  const std::string ab = outcomeOf(forwards), ba = outcomeOf(backwards);
+  EXPECT_EQ(ab.substr(ab.size() - 4), std::string("a\0b\0", 4));
+  EXPECT_EQ(ba.substr(ba.size() - 4), std::string("b\0a\0", 4));
+  EXPECT_EQ(outcomeOf(changing), ab);
+  std::swap(changing.columns[0].name, changing.columns[1].name);
+  EXPECT_EQ(outcome(row), ba);
+  changing.columns[1].name = "C";
+  EXPECT_EQ(outcome(row).size(), onlyB.size());
+  changing.columns[1].name = "A";
+  EXPECT_EQ(outcome(row), ba);
+  changing.columns[1].name = "B";
+  const std::string bb = outcome(row);
+  EXPECT_EQ(bb.substr(bb.size() - 4), std::string("b\0b\0", 4)) << "two columns of one name";
+  row.clearData();
+  row.setFieldAsString("B", "b");
+  EXPECT_EQ(outcomeOf(forwards), onlyB);
+}
+
 TEST(NamedRow, ConvertsFromFieldsOnly) {
   ConnectionRowByNames row;
   ConnectionErrors errors;
@@ -125,24 +159,83 @@ TEST(NamedFields, HashTakesBytesAsSignedCharacters) {
   EXPECT_EQ(kyv_internal::cStringHash("a\xFF"), 5U * 'a' - 1);
 }
 
+// The text of a name, "none" without one.
+std::string textOf(const kyv_internal::NamedFields& fields, const std::string& name) {
+  const kyv_internal::RowField& field = fields.text(fields.slotOf(name));
+  if (field.data == nullptr) return "none";
+  EXPECT_EQ(std::strlen(field.data), field.size) << name;
+  return field.data;
+}
+
+std::string manyNames(int i) { return "name\xE9" + std::to_string(i); }
+
+// Names of one hash: each "b\x03" may be a "a\x08".
+std::string collidingNames(int i) {
+  std::string name;
+  for (int bit = 0; bit < 12; ++bit) name += (i >> bit & 1) != 0 ? "b\x03" : "a\x08";
+  return name;
+}
+
 TEST(NamedFields, FindsEachOfManyNames) {
-  kyv_internal::NamedFields fields;
-  for (int round = 0; round < 2; ++round) {
-    for (int i = 0; i < 1000; ++i)
-      fields.set("name\xE9" + std::to_string(i), std::string(static_cast<std::size_t>(i), 'x'));
-    for (int i = 0; i < 1000; ++i) {
-      const auto* const found = fields.find("name\xE9" + std::to_string(i));
-      ASSERT_NE(found, nullptr) << i;
-      ASSERT_EQ(found->size, static_cast<std::size_t>(i));
-      ASSERT_EQ(std::strlen(found->data), found->size);
+  constexpr int kNames = 4000;
+  ASSERT_EQ(kyv_internal::cStringHash(collidingNames(0)), kyv_internal::cStringHash(collidingNames(kNames)));
+  for (std::string (*const nameOf)(int) : {manyNames, collidingNames}) {
+    kyv_internal::NamedFields fields;
+    for (int round = 0; round < 3; ++round) {
+      for (int i = 0; i < kNames; ++i) fields.set(nameOf(i).c_str(), std::to_string(i));
+      for (int i = 0; i < kNames; ++i) ASSERT_EQ(textOf(fields, nameOf(i)), std::to_string(i)) << round;
+      EXPECT_EQ(textOf(fields, nameOf(kNames)), "none");
+      fields.clear();
+      EXPECT_EQ(textOf(fields, nameOf(1)), "none");
     }
-    EXPECT_EQ(fields.find("name\xE9"
-                          "1000"),
-              nullptr);
+  }
+}
+
+// Rows whose names come in other orders, come again, come no more, or are many and then few.
+TEST(NamedFields, HoldWhatWasSetLastInWhateverOrder) {
+  kyv_internal::NamedFields fields;
+  std::mt19937 random(7);
+  for (int row = 0; row < 300; ++row) {
+    std::map<std::string, std::string> expected;
+    const unsigned int kinds = row % 50 == 0 ? 1000 : 20;
+    for (unsigned int i = 0; i < kinds; ++i) {
+      const std::string name = std::to_string(random() % kinds);
+      const std::string text = std::to_string(random());
+      fields.set(name.c_str(), text);
+      expected[name] = text;
+    }
+    for (unsigned int i = 0; i < kinds; ++i) {
+      const std::string name = std::to_string(i);
+      ASSERT_EQ(textOf(fields, name), expected.contains(name) ? expected[name] : "none") << "row " << row;
+    }
+    EXPECT_EQ(textOf(fields, ""), "none");
     fields.clear();
-    EXPECT_EQ(fields.find("name\xE9"
-                          "1"),
-              nullptr);
+  }
+}
+
+TEST(NamedFields, ForgetNamesThatComeNoMore) {
+  kyv_internal::NamedFields fields;
+  for (int row = 0; row < 50; ++row) {
+    for (int i = 0; i < 10; ++i) fields.set(manyNames(10 * row + i).c_str(), "x");
+    fields.clear();
+  }
+  EXPECT_EQ(fields.slotOf(manyNames(0)), kyv_internal::NamedFields::kNone);
+}
+
+TEST(TextStore, KeepsTextsWhereTheyAreUntilItIsCleared) {
+  kyv_internal::TextStore store;
+  for (int round = 0; round < 3; ++round) {
+    std::vector<std::pair<std::string, std::string_view>> kept;
+    for (const std::size_t size : {0, 1, 4094, 4096, 70000, 3, 200000, 65536, 0}) {
+      const std::string text(size, static_cast<char>('a' + kept.size()));
+      kept.emplace_back(text, store.keep(text));
+    }
+    for (const auto& [text, copy] : kept) {
+      ASSERT_EQ(copy, text);
+      ASSERT_EQ(*copy.end(), 0);
+    }
+    store.clear();
+    EXPECT_EQ(store.bytes(), 0U);
   }
 }
 
