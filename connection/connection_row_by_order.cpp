@@ -164,8 +164,9 @@ std::optional<kyv_internal::RowSource> ConnectionRowByOrder::source(unsigned lon
     return std::nullopt;
   }
   return kyv_internal::RowSource{
-      *streamType_, prepared_->formats, columns, fields_->fields(static_cast<std::size_t>(fieldCount_)),
-      operation,    shineThrough,       recordNo};
+      *streamType_,        prepared_->formats, columns,  fields_->fields(static_cast<std::size_t>(fieldCount_)),
+      operation,           shineThrough,       recordNo, prepared_->schema.ownBytes(),
+      fields_->textBytes()};
 }
 
 void* ConnectionRowByOrder::toRow(ConnectionCallback*, unsigned long recordNo, ConnectionErrors& errors) {

@@ -147,8 +147,15 @@ std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(Line& line, unsi
     if (!kyv_internal::parseOperation(operation, letter, recordNo, errors)) return std::nullopt;
     line.hasFields = line.pass(separator_);
   }
-  return kyv_internal::RowSource{*streamType_, prepared_->formats, prepared_->schema.columns(), {}, operation, false,
-                                 recordNo};
+  return kyv_internal::RowSource{*streamType_,
+                                 prepared_->formats,
+                                 prepared_->schema.columns(),
+                                 {},
+                                 operation,
+                                 false,
+                                 recordNo,
+                                 prepared_->schema.ownBytes(),
+                                 line.text.size()};
 }
 
 // Splits the line of a record into its fields; false with a message when they are too few or too many.

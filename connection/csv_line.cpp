@@ -7,7 +7,7 @@ namespace kyv_internal {
 namespace {
 
 // A field without its quotes, the closing one overwritten.
-RowField fieldOf(PaddedText piece, char* line) {
+RowField fieldOf(LinePiece piece, char* line) {
   const std::string_view bare = withoutQuotes(piece);
   if (bare.size() < piece.size()) line[bare.data() + bare.size() - line] = 0;
   if (bare.empty()) return {};
@@ -16,12 +16,6 @@ RowField fieldOf(PaddedText piece, char* line) {
 
 }  // namespace
 
-std::string_view withoutLineEnd(std::string_view line) {
-  if (line.ends_with('\n')) line.remove_suffix(1);
-  if (line.ends_with('\r')) line.remove_suffix(1);
-  return line;
-}
-
 std::string_view withoutQuotes(std::string_view text) {
   if (text.size() < 2 || text.front() != text.back() || !isQuote(text.front())) return text;
   return text.substr(1, text.size() - 2);
@@ -29,7 +23,7 @@ std::string_view withoutQuotes(std::string_view text) {
 
 std::size_t splitFields(std::span<char> line, char separator, std::span<RowField> fields) {
   LinePieces pieces(line, separator);
-  PaddedText piece;
+  LinePiece piece;
   std::size_t count = 0;
   while (count <= fields.size() && pieces.next(piece)) {
     if (count < fields.size()) fields[count] = fieldOf(piece, line.data());

@@ -11,7 +11,11 @@
 namespace kyv_internal {
 
 // The line without a trailing line feed and a carriage return before it, or without a lone trailing carriage return.
-std::string_view withoutLineEnd(std::string_view line);
+constexpr std::string_view withoutLineEnd(std::string_view line) {
+  if (line.ends_with('\n')) line.remove_suffix(1);
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
 
 // A text that begins and ends with the same quote, single or double, without the two. A lone quote is kept.
 std::string_view withoutQuotes(std::string_view text);

@@ -29,7 +29,7 @@ bool FieldList::makeRoom(std::size_t index, std::size_t size, PaddedMemory& repl
   const std::size_t capacity = std::max({kSmallestText, size + 1, storage.capacity * 2});
   PaddedMemory memory = allocatePadded(capacity);
   if (memory == nullptr) {
-    fields_[index] = {};
+    setNull(index);
     return false;
   }
   replaced = std::exchange(storage.memory, std::move(memory));
@@ -56,7 +56,7 @@ bool FieldList::replace(std::size_t index, std::string_view text) {
   char* const memory = isOwn ? storage_[index].memory.get() : block_.get() + (former.data - block_.get());
   std::memmove(memory, text.data(), text.size());
   memory[text.size()] = 0;
-  fields_[index] = {memory, text.size()};
+  setText(index, memory, text.size());
   return true;
 }
 
@@ -66,7 +66,7 @@ bool FieldList::assignOwn(std::size_t index, std::string_view text) {
   char* const memory = storage_[index].memory.get();
   std::memmove(memory, text.data(), text.size());
   memory[text.size()] = 0;
-  fields_[index] = {memory, text.size()};
+  setText(index, memory, text.size());
   return true;
 }
 
@@ -75,7 +75,7 @@ char* FieldList::prepare(std::size_t index, std::size_t size) {
   if (!makeRoom(index, size, replaced)) return nullptr;
   char* const memory = storage_[index].memory.get();
   memory[size] = 0;
-  fields_[index] = {memory, size};
+  setText(index, memory, size);
   return memory;
 }
 
@@ -92,7 +92,7 @@ void FieldList::growBlock(std::size_t size) {
 }
 
 void FieldList::clear(std::size_t count) {
-  std::fill_n(fields_.begin(), count, RowField());
+  for (std::size_t i = 0; i < count; ++i) setNull(i);
   blockUsed_ = 0;
   if (std::exchange(keepsLongText_, false)) dropLongTexts();
 }

@@ -26,6 +26,9 @@ class FieldList {
   // The text of a field, terminated, or null.
   const char* text(std::size_t index) const { return fields_[index].data; }
 
+  // Characters of all texts.
+  std::size_t textBytes() const { return textBytes_; }
+
   // At least `count` fields; new ones are null.
   void extend(std::size_t count) {
     if (count > fields_.size()) grow(count);
@@ -49,11 +52,11 @@ class FieldList {
   void takeFromBlock(std::size_t index, std::size_t size) {
     char* const text = block_.get() + blockUsed_;
     text[size] = 0;
-    fields_[index] = {text, size};
+    setText(index, text, size);
     blockUsed_ += size + 1;
   }
 
-  void setNull(std::size_t index) { fields_[index] = {}; }
+  void setNull(std::size_t index) { setText(index, nullptr, 0); }
 
   // Makes the first `count` fields null.
   void clear(std::size_t count);
@@ -64,6 +67,10 @@ class FieldList {
     std::size_t capacity = 0;
   };
 
+  void setText(std::size_t index, const char* text, std::size_t size) {
+    textBytes_ += size - fields_[index].size;
+    fields_[index] = {text, size};
+  }
   void grow(std::size_t count);
   void growBlock(std::size_t size);
   bool assignOwn(std::size_t index, std::string_view text);
@@ -74,7 +81,8 @@ class FieldList {
 
   std::vector<RowField> fields_;
   std::vector<Storage> storage_;  // one for each field
-  bool keepsLongText_ = false;    // some storage is uncommonly big
+  std::size_t textBytes_ = 0;
+  bool keepsLongText_ = false;  // some storage is uncommonly big
   PaddedMemory block_;
   std::size_t blockSize_ = 0;
   std::size_t blockUsed_ = 0;

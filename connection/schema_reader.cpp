@@ -6,7 +6,9 @@ namespace kyv_internal {
 
 void SchemaReader::setSchema(const ConnectionRowType* schema) {
   schema_ = schema;
-  ready_ = dynamic_cast<const kyv::StreamSchema*>(schema);
+  const auto* const own = dynamic_cast<const kyv::StreamSchema*>(schema);
+  ready_ = own != nullptr;
+  if (ready_) take(own->columnTypes());
   ++version_;
 }
 
@@ -18,7 +20,8 @@ std::span<const ColumnType> SchemaReader::askedColumns() {
     const unsigned int type = schema_->getColumnType(i);
     if (column.type != type) column = columnTypeOf(type);
   }
-  return asked_;
+  take(asked_);
+  return columns_;
 }
 
 }  // namespace kyv_internal

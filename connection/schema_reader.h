@@ -19,17 +19,25 @@ class SchemaReader {
   void setSchema(const ConnectionRowType* schema);
 
   // The schema's columns; valid until the next call. There is a schema.
-  std::span<const ColumnType> columns() { return ready_ != nullptr ? ready_->columnTypes() : askedColumns(); }
+  std::span<const ColumnType> columns() { return ready_ ? columns_ : askedColumns(); }
+  // What the columns that were got last take in a record beside their texts.
+  std::size_t ownBytes() const { return ownBytes_; }
 
   // Whether what the schema once said holds until version() changes.
-  bool neverChanges() const { return ready_ != nullptr; }
+  bool neverChanges() const { return ready_; }
   std::uint64_t version() const { return version_; }
 
  private:
   std::span<const ColumnType> askedColumns();
+  void take(std::span<const ColumnType> columns) {
+    columns_ = columns;
+    ownBytes_ = kyv_internal::ownBytes(columns);
+  }
 
   const ConnectionRowType* schema_ = nullptr;
-  const kyv::StreamSchema* ready_ = nullptr;  // the same, when it is the library's own
+  bool ready_ = false;  // whether it is the library's own
+  std::span<const ColumnType> columns_;
+  std::size_t ownBytes_ = 0;
   std::vector<ColumnType> asked_;
   std::uint64_t version_ = 0;  // counts the schemas
 };

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "datatypes/type_catalogue.h"
 #include "row2/row2_layout.h"
@@ -25,6 +26,13 @@ struct ColumnType {
 // Bytes that a text takes when packed as a type, found without a branch. Exact for every text that packs.
 constexpr std::size_t packedSize(const ColumnType& column, std::size_t textSize) {
   return column.ownBytes + (textSize >> column.textShift);
+}
+
+// The own bytes of all columns.
+constexpr std::size_t ownBytes(std::span<const ColumnType> columns) {
+  std::size_t bytes = 0;
+  for (const ColumnType& column : columns) bytes += column.ownBytes;
+  return bytes;
 }
 
 constexpr ColumnType columnTypeOf(unsigned int type) {

@@ -11,6 +11,7 @@
 #include "datatypes/civil_time.h"
 #include "datatypes/digit_block.h"
 #include "datatypes/two_digits.h"
+#include "datatypes/usual_time.h"
 #include "kyv/data_value.h"
 #include "services/malloc_ptr.h"
 
@@ -111,20 +112,6 @@ Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& fo
   return format.parseUsual(text, seconds) ? Parsed<std::int64_t>{seconds} : parseAnySeconds(text, format, messages);
 }
 
-// A point and exactly as many digits as the type has, behind a date and a time of the usual layout.
-template <const FractionType& type>
-bool readUsualFraction(std::string_view text, const PercentFormat& format, std::int64_t& count) {
-  constexpr DigitBlock kFraction = ~DigitBlock{0} << 8 * (kBlockDigits - type.digits);
-  if (text.size() != FixedTimeLayout::kUsualLength + 1 + type.digits) return false;
-  const DigitBlock fraction = loadDigits(text.data() + text.size() - kBlockDigits) & kFraction;
-  std::int64_t seconds = 0;
-  if (text[FixedTimeLayout::kUsualLength] != '.' || faultsOf(fraction) != 0 ||
-      !format.parseUsual({text.data(), FixedTimeLayout::kUsualLength}, seconds))
-    return false;
-  count = seconds * type.unit + static_cast<std::int64_t>(blockValue(fraction));
-  return true;
-}
-
 template <const FractionType& type>
 [[gnu::noinline]] Parsed<std::int64_t> parseAnyFraction(std::string_view text, const PercentFormat& format) {
   constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int64_t>::max() / type.unit;
@@ -141,8 +128,8 @@ template <const FractionType& type>
 template <const FractionType& type>
 Parsed<std::int64_t> parseWithFraction(std::string_view text, const PercentFormat& format) {
   std::int64_t count = 0;
-  return readUsualFraction<type>(text, format, count) ? Parsed<std::int64_t>{count}
-                                                      : parseAnyFraction<type>(text, format);
+  return readUsualFraction<type.digits>(text, format, count) ? Parsed<std::int64_t>{count}
+                                                             : parseAnyFraction<type>(text, format);
 }
 
 template <std::size_t digits>

@@ -31,26 +31,43 @@ inline constexpr std::array<std::array<DigitBlock, 2>, kPieceDigits + 1> kOwnByt
 
 #if defined(__SSE2__)
 
+// Numbers in all lanes. They are loaded from memory, which is one step of an instruction that is needed anyway: the
+// compiler, if it knew them, would spend three on making each.
+struct alignas(16) LaneConstants {
+  std::array<std::uint8_t, 16> zeroCharacter;
+  std::array<std::uint8_t, 16> aboveDigits;
+  std::array<std::uint16_t, 8> ten;
+  std::array<std::uint16_t, 8> lowByte;
+  std::array<std::uint16_t, 8> joinPairs;
+  std::array<std::uint16_t, 8> joinFours;
+};
+extern const LaneConstants kLanes;
+
 inline __m128i loadLanes(const void* bytes) { return _mm_loadu_si128(static_cast<const __m128i*>(bytes)); }
+template <class Lanes>
+__m128i constantLanes(const Lanes& lanes) {
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(lanes.data()));
+}
 inline __m128i ownBytes(std::size_t size) { return loadLanes(kOwnBytes[size].data()); }
 
 // What the characters of a text of 0 to 16 stand for.
 inline __m128i loadOwnDigits(PaddedText text) {
   const __m128i characters = loadLanes(text.data() + text.size() - kPieceDigits);
-  return _mm_and_si128(_mm_xor_si128(characters, _mm_set1_epi8('0')), ownBytes(text.size()));
+  return _mm_and_si128(_mm_xor_si128(characters, constantLanes(kLanes.zeroCharacter)), ownBytes(text.size()));
 }
 
 // Bit i: byte i is no digit.
 inline unsigned int faultsOf(__m128i digits) {
-  return static_cast<unsigned int>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(digits, _mm_set1_epi8(10)), digits)));
+  return static_cast<unsigned int>(
+      _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(digits, constantLanes(kLanes.aboveDigits)), digits)));
 }
 
 // Joins neighbours as blockValue() does: to pairs, to fours, to eights.
 inline std::uint64_t lanesValue(__m128i digits) {
-  const __m128i tens = _mm_mullo_epi16(digits, _mm_set1_epi16(10));
-  const __m128i pairs = _mm_and_si128(_mm_add_epi16(tens, _mm_srli_epi16(digits, 8)), _mm_set1_epi16(0xFF));
-  const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(1 << 16 | 100));
-  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(1 << 16 | 10'000));
+  const __m128i tens = _mm_mullo_epi16(digits, constantLanes(kLanes.ten));
+  const __m128i pairs = _mm_and_si128(_mm_add_epi16(tens, _mm_srli_epi16(digits, 8)), constantLanes(kLanes.lowByte));
+  const __m128i fours = _mm_madd_epi16(pairs, constantLanes(kLanes.joinPairs));
+  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), constantLanes(kLanes.joinFours));
   const auto both = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
   return (both & 0xFFFF'FFFF) * kBlockRange + (both >> 32);
 }

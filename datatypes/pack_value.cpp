@@ -17,6 +17,7 @@
 #include "datatypes/row_formats.h"
 #include "datatypes/type_catalogue.h"
 #include "datatypes/usual_number.h"
+#include "datatypes/usual_time.h"
 #include "datatypes/value_codec.h"
 #include "kyv/data_value.h"
 #include "row2/byte_order.h"
@@ -59,6 +60,7 @@ void copyText(PaddedText text, const RecordMemory& out) {
 enum class ByteOrder : bool { Host, Opposite };
 
 constexpr const char* kOverflow = "output buffer overflow";
+constexpr const char* kQuoted = "quotes are still around the text";  // never seen: another way is taken then
 constexpr const char* kUnknownType = "conversion to unknown type";
 constexpr const char* kBadBinary = "DataType::convertFromStringAndPack() could not convert binary data from hex.";
 
@@ -138,6 +140,11 @@ const char* packDecimal(unsigned int type, std::string_view text, Memory& out) {
   return nullptr;
 }
 
+// Whether quotes must be taken off a text first. No number and no word begins with one, so that only types of any
+// characters have to ask.
+constexpr bool isQuoted(std::string_view) { return false; }
+inline bool isQuoted(LinePiece piece) { return beginsWithQuote(piece); }
+
 // Converts a text and writes the packed value, moving the position behind it. Otherwise the static message that says
 // why not; then nothing was written, except perhaps a binary value's length and bytes.
 template <ByteOrder order, class Text, class Memory>
@@ -159,15 +166,16 @@ template <ByteOrder order, class Text, class Memory>
     case Kind::Boolean:
       return storePacked<std::uint8_t, order>(parseBoolean(text), out);
     case Kind::Date:
-      return storePacked<std::int64_t, order>(parseDate(text, *formats.date), out);
+      return isQuoted(text) ? kQuoted : storePacked<std::int64_t, order>(parseDate(text, *formats.date), out);
     case Kind::Time:
-      return storePacked<std::int64_t, order>(parseTime(text, *formats.time), out);
+      return isQuoted(text) ? kQuoted : storePacked<std::int64_t, order>(parseTime(text, *formats.time), out);
     case Kind::Timestamp:
-      return storePacked<std::int64_t, order>(parseTimestamp(text, *formats.timestamp), out);
+      return isQuoted(text) ? kQuoted : storePacked<std::int64_t, order>(parseTimestamp(text, *formats.timestamp), out);
     case Kind::BigDateTime:
-      return storePacked<std::int64_t, order>(parseBigDateTime(text, *formats.bigdatetime), out);
+      return isQuoted(text) ? kQuoted
+                            : storePacked<std::int64_t, order>(parseBigDateTime(text, *formats.bigdatetime), out);
     case Kind::String:
-      return packString(text, out);
+      return isQuoted(text) ? kQuoted : packString(text, out);
     case Kind::Binary:
       return packBinary(text, out);
     case Kind::FixedDecimal:
@@ -195,7 +203,8 @@ class ColumnWriter {
 
   void addNull() { addEntry(0); }
   // Null, or the message that says why the text is no value.
-  [[gnu::always_inline]] const char* add(const ColumnType& column, PaddedText text) {
+  template <class Text>
+  [[gnu::always_inline]] const char* add(const ColumnType& column, Text text) {
     addEntry(size());
     return pack<ByteOrder::Host>(column, text, formats_, out_);
   }
@@ -218,10 +227,22 @@ class ColumnWriter {
   RecordMemory out_;
 };
 
-}  // namespace
+// Both ways to pack a row are compiled twice, so that newer processors use their shorter instructions; which of the two
+// runs is decided when the library is loaded, which is too early for the thread sanitizer. Clang has no such functions
+// without external linkage.
+#if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
+[[gnu::target_clones("arch=x86-64-v3", "default")]] PackedFields packAllFields(std::span<const ColumnType> columns,
+                                                                               std::span<const RowField> fields,
+                                                                               const FormatSet& formats,
+                                                                               unsigned char* record);
+[[gnu::target_clones("arch=x86-64-v3", "default")]] std::size_t packWholeLine(std::span<const ColumnType> columns,
+                                                                              std::span<const char> line,
+                                                                              char separator, const FormatSet& formats,
+                                                                              unsigned char* record);
+#endif
 
-PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
-                        unsigned char* record) {
+PackedFields packAllFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
+                           const FormatSet& formats, unsigned char* record) {
   ColumnWriter writer(columns.size(), formats, record);
   for (std::size_t i = 0; i < fields.size(); ++i) {
     if (fields[i].data == nullptr) {
@@ -233,13 +254,13 @@ PackedFields packFields(std::span<const ColumnType> columns, std::span<const Row
   return {.bytes = writer.finish()};
 }
 
-std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
-                     const FormatSet& formats, unsigned char* record) {
+std::size_t packWholeLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
+                          const FormatSet& formats, unsigned char* record) {
   ColumnWriter writer(columns.size(), formats, record);
   LinePieces pieces(line, separator);
-  PaddedText piece;
+  LinePiece piece;
   for (const ColumnType& column : columns) {
-    if (!pieces.next(piece) || beginsWithQuote(piece)) return 0;
+    if (!pieces.next(piece)) return 0;
     if (piece.empty()) {
       writer.addNull();
     } else if (writer.add(column, piece) != nullptr) {
@@ -247,6 +268,18 @@ std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> 
     }
   }
   return pieces.next(piece) ? 0 : writer.finish();
+}
+
+}  // namespace
+
+PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
+                        unsigned char* record) {
+  return packAllFields(columns, fields, formats, record);
+}
+
+std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
+                     const FormatSet& formats, unsigned char* record) {
+  return packWholeLine(columns, line, separator, formats, record);
 }
 
 }  // namespace kyv_internal

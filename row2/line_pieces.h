@@ -15,8 +15,14 @@ namespace kyv_internal {
 
 constexpr bool isQuote(char c) { return c == '\'' || c == '"'; }
 
-// Of a piece of a line. What both quotes have in common is looked for first, which takes a single comparison.
-inline bool beginsWithQuote(PaddedText piece) {
+// A piece of a line, with its quotes.
+class LinePiece : public PaddedText {
+ public:
+  using PaddedText::PaddedText;
+};
+
+// What both quotes have in common is looked for first, which takes a single comparison.
+inline bool beginsWithQuote(LinePiece piece) {
   constexpr int kCommon = ~('\'' ^ '"');
   const char first = *piece.data();
   return (first & kCommon) == ('"' & kCommon) && isQuote(first);
@@ -37,7 +43,7 @@ class LinePieces {
       : begin_(line.data()), nextBlock_(line.data()), lineEnd_(line.data() + line.size()), separator_(separator) {}
 
   // The next piece, which may be empty; even then its first byte can be read. False when there are no more.
-  bool next(PaddedText& piece) {
+  bool next(LinePiece& piece) {
     while (ends_ == 0) {
       if (!takeBlock()) return false;
     }

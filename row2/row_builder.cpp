@@ -74,40 +74,39 @@ MallocPtr<unsigned char> allocate(std::size_t size) {
   return memory;
 }
 
-// A record that surely fits is first packed into memory of this size, which saves sizing it beforehand.
+// The usual record is packed where it stays, in memory for the most that it can take. That is little more than it does
+// take, and saves a look at every field beforehand. Bigger ones are sized first.
 constexpr std::size_t kUsualRoom = 2048;
 
-bool fitsUsualRoom(const RowSource& source, std::size_t textBytes) {
+// Bytes for the record and its slack; 0 when it may be bigger than the usual one.
+std::size_t usualRoom(const RowSource& source) {
   const std::size_t columns = source.columns.size();
-  return columns <= kUsualRoom && textBytes <= kUsualRoom &&
-         payloadOffset(columns) + columns * kDecimalSize + textBytes + kTextSlack <= kUsualRoom;
-}
-
-std::size_t textBytes(std::span<const RowField> fields) {
-  std::size_t bytes = 0;
-  for (const RowField& field : fields) bytes += field.size;
-  return bytes;
+  if (columns > kUsualRoom || source.textBytes > kUsualRoom) return 0;
+  const std::size_t room = payloadOffset(columns) + source.ownBytes + source.textBytes + kTextSlack;
+  return room <= kUsualRoom ? room : 0;
 }
 
 unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }
 
-// The usual record, of at most so many bytes of text. `pack` writes its columns and returns its size, or 0 when it
-// cannot. Null then, and when the record may be too big.
+// `pack` writes the columns and returns the record's size, or 0 when it cannot. Null then, and when the record may be
+// too big.
 template <class Pack>
-void* buildUsual(const RowSource& source, std::size_t textBytes, const Pack& pack) {
-  if (!fitsUsualRoom(source, textBytes)) return nullptr;
-  unsigned char record[kUsualRoom];
-  const std::size_t size = pack(record);
+void* buildUsual(const RowSource& source, const Pack& pack) {
+  const std::size_t room = usualRoom(source);
+  if (room == 0) return nullptr;
+  auto record = allocate(room);
+  const std::size_t size = pack(record.get());
   if (size == 0) return nullptr;
-  writeHeader(record, size, source);
-  return std::memcpy(allocate(size).release(), record, size);
+  writeHeader(record.get(), size, source);
+  return record.release();
 }
 
 // The same behind what `out` holds.
 template <class Pack>
-bool appendUsual(const RowSource& source, std::size_t textBytes, const Pack& pack, kyv::ByteBuffer& out) {
-  if (!fitsUsualRoom(source, textBytes)) return false;
-  unsigned char* const record = asBytes(out.prepare(kUsualRoom));
+bool appendUsual(const RowSource& source, const Pack& pack, kyv::ByteBuffer& out) {
+  const std::size_t room = usualRoom(source);
+  if (room == 0) return false;
+  unsigned char* const record = asBytes(out.prepare(room));
   const std::size_t size = pack(record);
   if (size == 0) return false;
   writeHeader(record, size, source);
@@ -132,7 +131,7 @@ auto linePacker(const RowSource& source, std::span<const char> line, char separa
 
 void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
   failedColumn = kNoColumn;
-  if (void* const record = buildUsual(source, textBytes(source.fields), fieldPacker(source))) return record;
+  if (void* const record = buildUsual(source, fieldPacker(source))) return record;
   const std::size_t size = checkedSize(source, errors);
   if (size == 0) return nullptr;
   auto record = allocate(size + kTextSlack);
@@ -140,12 +139,12 @@ void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failed
 }
 
 void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator) {
-  return buildUsual(source, line.size(), linePacker(source, line, separator));
+  return buildUsual(source, linePacker(source, line, separator));
 }
 
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out) {
   failedColumn = kNoColumn;
-  if (appendUsual(source, textBytes(source.fields), fieldPacker(source), out)) return true;
+  if (appendUsual(source, fieldPacker(source), out)) return true;
   const std::size_t size = checkedSize(source, errors);
   if (size == 0 || !writeRecord(asBytes(out.prepare(size + kTextSlack)), size, source, errors, failedColumn))
     return false;
@@ -154,7 +153,7 @@ bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failed
 }
 
 bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out) {
-  return appendUsual(source, line.size(), linePacker(source, line, separator), out);
+  return appendUsual(source, linePacker(source, line, separator), out);
 }
 
 }  // namespace kyv_internal

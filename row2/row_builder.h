@@ -24,6 +24,8 @@ struct RowSource {
   StreamInterface::StreamOperations operation;
   bool shineThrough;
   unsigned long recordNo;  // quoted in messages
+  std::size_t ownBytes;    // what all columns take at most beside their texts
+  std::size_t textBytes;   // characters of all texts, or more
 };
 
 // The record in memory from malloc, which the caller frees; or null with one message, and the column whose text did not

@@ -77,7 +77,7 @@ TEST(LinePieces, AreWhatALoopFinds) {
     const std::string text(memory.get(), length);
     for (const char separator : {',', '\0', '\xFF'}) {
       kyv_internal::LinePieces pieces({memory.get(), length}, separator);
-      kyv_internal::PaddedText piece;
+      kyv_internal::LinePiece piece;
       for (std::size_t begin = 0, end = 0; begin <= length; begin = end + 1) {
         end = std::min(text.find(separator, begin), length);
         ASSERT_TRUE(pieces.next(piece)) << length;

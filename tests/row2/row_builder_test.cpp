@@ -12,7 +12,8 @@ TEST(RowBuilder, RefusesARecordThatItsLengthCannotTell) {
   const kyv_internal::RowFormats formats;
   const kyv_internal::ColumnType columns[] = {kyv_internal::columnTypeOf(DataTypes::kString)};
   const kyv_internal::RowField fields[] = {{"x", 0x80000000 - 28 - 1}};
-  const kyv_internal::RowSource source{schema, formats, columns, fields, StreamInterface::Insert, false, 1};
+  const kyv_internal::RowSource source{schema, formats, columns, fields,        StreamInterface::Insert,
+                                       false,  1,       1,       fields[0].size};
   ConnectionErrors errors;
   int failedColumn = 7;
   EXPECT_EQ(buildRecord(source, errors, failedColumn), nullptr);
