@@ -20,3 +20,4 @@
 #include "kyv/stream_schema.h"
 #include "kyv/string_utility.h"
 #include "kyv/time_format_parser.h"
+#include "kyv/time_to_string.h"

@@ -273,6 +273,27 @@ struct ScannerMembers : DataTypes::TimeFormatParser {
   ~ScannerMembers() = default;
 };
 
+template <class Fields>
+std::vector<std::ptrdiff_t> toStringMembers() {
+  std::vector<std::ptrdiff_t> offsets = {offsetOf(&Fields::clock), offsetOf(&Fields::output),
+                                         offsetOf(&Fields::scratch), offsetOf(&Fields::zone),
+                                         offsetOf(&Fields::threeDigitFraction)};
+  if constexpr (requires { &Fields::fraction; }) offsets.push_back(offsetOf(&Fields::fraction));
+  return offsets;
+}
+
+TEST(MemberOrder, OfTheToStringParsers) {
+  EXPECT_THAT(toStringMembers<DataTypes::TimestampFields>(), testing::ElementsAre(0, 56, 64, 136, 168, 128));
+  EXPECT_THAT(toStringMembers<DataTypes::DateFields>(), testing::ElementsAre(0, 56, 64, 128, 160));
+  EXPECT_THAT(toStringMembers<DataTypes::BigDateTimeFields>(), testing::ElementsAre(0, 64, 72, 136, 168, 56));
+  EXPECT_EQ(sizeof(DataTypes::TimeFormatParser_TimeToString),
+            sizeof(DataTypes::TimeFormatParser) + sizeof(DataTypes::TimestampFields));
+  EXPECT_EQ(sizeof(DataTypes::DateFormatParser_DateToString),
+            sizeof(DataTypes::TimeFormatParser) + sizeof(DataTypes::DateFields));
+  EXPECT_EQ(sizeof(DataTypes::BigDateTimeFormatParser_TimeToString),
+            sizeof(DataTypes::TimeFormatParser) + sizeof(DataTypes::BigDateTimeFields));
+}
+
 TEST(MemberOrder, OfTimeFormatParser) {
   EXPECT_THAT(ScannerMembers::offsets(), testing::ElementsAre(8, 12, 16, 20, 21, 24));
   EXPECT_EQ(sizeof(DataTypes::TimeFormatParser), 32);

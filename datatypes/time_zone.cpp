@@ -1,0 +1,110 @@
+#include "datatypes/time_zone.h"
+
+#include <unicode/timezone.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+
+#include "kyv/time_to_string.h"
+
+namespace kyv_internal {
+namespace {
+
+constexpr std::string_view kUtc = "UTC";
+
+// What ICU calls a zone that it does not know.
+constexpr std::string_view kUnknownZone = "Etc/Unknown";
+
+// More than any zone's name has. What is longer is unknown without asking.
+constexpr std::size_t kLongestName = 255;
+
+// The instants that ICU has a calendar for: the first and the last day of its years, in milliseconds.
+constexpr double kFirstInstant = -184303902528000000.0;
+constexpr double kLastInstant = 183882168921600000.0;
+
+std::string utf8(const icu::UnicodeString& text) {
+  std::string out;
+  text.toUTF8String(out);
+  return out;
+}
+
+icu::UnicodeString unicode(std::string_view name) {
+  return icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<std::int32_t>(name.size())));
+}
+
+std::string idOf(const icu::TimeZone& zone) {
+  icu::UnicodeString id;
+  return utf8(zone.getID(id));
+}
+
+}  // namespace
+
+struct Zone::Rules {
+  std::unique_ptr<const icu::TimeZone> zone;
+};
+
+void Zone::DeleteRules::operator()(Rules* rules) const { delete rules; }
+
+// Null for an unknown name.
+Zone::RulesPtr Zone::rulesOf(std::string_view name) {
+  if (name.size() > kLongestName) return nullptr;
+  RulesPtr rules(new Rules{std::unique_ptr<const icu::TimeZone>(icu::TimeZone::createTimeZone(unicode(name)))});
+  return rules->zone != nullptr && idOf(*rules->zone) != kUnknownZone ? std::move(rules) : nullptr;
+}
+
+std::optional<Zone> Zone::open(const char* name) {
+  if (name == nullptr || *name == '\0' || name == kUtc) return Zone();
+  Zone zone;
+  zone.rules_ = rulesOf(name);
+  if (zone.rules_ == nullptr) return std::nullopt;
+  zone.rawOffset_ = zone.rules_->zone->getRawOffset();
+  zone.saving_ = zone.rules_->zone->getDSTSavings();
+  return zone;
+}
+
+std::string Zone::id() const { return rules_ != nullptr ? idOf(*rules_->zone) : std::string(kUtc); }
+
+std::optional<ZoneOffset> Zone::offsetAt(double millis) const {
+  if (rules_ == nullptr) return ZoneOffset{0, 0, false};
+  UErrorCode error = U_ZERO_ERROR;
+  const bool daylight = rules_->zone->inDaylightTime(std::clamp(millis, kFirstInstant, kLastInstant), error) != 0;
+  if (U_FAILURE(error)) return std::nullopt;
+  return ZoneOffset{rawOffset_, daylight ? saving_ : 0, daylight};
+}
+
+std::string Zone::displayName(bool daylight, NameStyle style) const {
+  const RulesPtr utc = rules_ == nullptr ? rulesOf(kUtc) : nullptr;
+  const Rules* const rules = rules_ != nullptr ? rules_.get() : utc.get();
+  if (rules == nullptr) return std::string(kUtc);
+  icu::UnicodeString name;
+  rules->zone->getDisplayName(daylight, style == NameStyle::kLong ? icu::TimeZone::LONG : icu::TimeZone::SHORT, name);
+  return utf8(name);
+}
+
+}  // namespace kyv_internal
+
+namespace DataTypes {
+
+using kyv_internal::Zone;
+
+bool isValidTimezone(const char* name) {
+  if (name == nullptr || *name == '\0') return true;
+  const std::optional<Zone> zone = Zone::open(name);
+  return zone && zone->id() == name;
+}
+
+bool toTimeZone(long micros, const char* from, const char* to, long& result) {
+  const std::optional<Zone> source = Zone::open(from), target = Zone::open(to);
+  if (!source || !target) return false;
+  const long millis = micros / 1000;
+  const auto sourceOffset = source->offsetAt(static_cast<double>(millis - source->rawOffset()));
+  if (!sourceOffset) return false;
+  const long instant = millis - sourceOffset->total();
+  const auto targetOffset = target->offsetAt(static_cast<double>(instant));
+  long shifted;
+  if (!targetOffset || __builtin_mul_overflow(instant + targetOffset->total(), 1000L, &shifted)) return false;
+  result = shifted;
+  return true;
+}
+
+}  // namespace DataTypes
