@@ -21,3 +21,4 @@
 #include "kyv/string_utility.h"
 #include "kyv/time_format_parser.h"
 #include "kyv/time_to_string.h"
+#include "kyv/time_unit.h"
