@@ -1,31 +1,22 @@
 #pragma once
 
-// The little that the tool itself reads of a binary record; docs/record_layout.md draws the whole. Records are in host
-// byte order, one after another without padding.
+// The little that reading a file of records takes: they stand one after another without padding, each led by its
+// length. docs/record_layout.md draws the whole record.
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "row2/row2_layout.h"
 
 namespace kyv_internal {
 
-inline constexpr std::size_t kRecordLengthBytes = 4;  // a record begins with its length, header included
-inline constexpr std::int64_t kLeastRecordBytes = 24;
-inline constexpr std::size_t kColumnCountOffset = 16;
-inline constexpr std::uint32_t kColumnCountMask = 0xFFFFFF;
+inline constexpr std::size_t kRecordLengthBytes = sizeof(std::int32_t);
+inline constexpr std::int64_t kLeastRecordBytes = payloadOffset(0);
 
 // `record` needs kRecordLengthBytes bytes.
-inline std::int64_t recordLength(const char* record) {
-  std::int32_t length = 0;
-  std::memcpy(&length, record, sizeof length);
-  return length;
-}
+inline std::int64_t recordLength(const char* record) { return load<std::int32_t>(at(record, kLengthOffset)); }
 
-// `record` needs kLeastRecordBytes bytes.
-inline std::uint32_t recordColumns(const char* record) {
-  std::uint32_t word = 0;
-  std::memcpy(&word, record + kColumnCountOffset, sizeof word);
-  return word & kColumnCountMask;
-}
+// Of a record in host byte order. `record` needs kLeastRecordBytes bytes.
+inline std::uint32_t recordColumns(const char* record) { return columnCount(record); }
 
 }  // namespace kyv_internal
