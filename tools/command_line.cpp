@@ -136,6 +136,39 @@ void addReporting(CLI::App& app, CommandOptions& options) {
             [&options](std::uint64_t count) { options.maxErrors = count; });
 }
 
+// Which records of a file.
+void addRecordChoice(CLI::App& app, CommandOptions& options) {
+  const auto store = [&options](const std::string& text) { options.records = *parseRecordChoice(text); };
+  const auto check = [](const std::string& text) -> std::string {
+    return parseRecordChoice(text) ? "" : "must be a record's number from 1, or two with a dash between, such as 7-9";
+  };
+  CLI::Option* const record = app.add_option_function<std::string>(
+                                     "--record", store, "Show this record, or from one to another; else the first 3")
+                                  ->type_name("N[-M]")
+                                  ->check(check);
+  app.add_flag_callback(
+         "--all",
+         [&options] {
+           options.records = {1, RecordChoice::kAll};
+         },
+         "Show all records")
+      ->excludes(record);
+}
+
+void addColour(CLI::App& app, CommandOptions& options) {
+  const auto store = [&options](const std::string& name) {
+    options.colour = name == "always"  ? ColourChoice::kAlways
+                     : name == "never" ? ColourChoice::kNever
+                                       : ColourChoice::kAuto;
+  };
+  const auto check = [](const std::string& name) -> std::string {
+    return name == "auto" || name == "always" || name == "never" ? "" : "must be auto, always or never";
+  };
+  app.add_option_function<std::string>("--color", store, "auto: on a terminal, unless NO_COLOR is set; always; never")
+      ->type_name("WHEN")
+      ->check(check);
+}
+
 // --- The commands ---
 
 void addInferOptions(CLI::App& app, CommandOptions& options) {
@@ -176,6 +209,19 @@ void addPrintOptions(CLI::App& app, CommandOptions& options) {
   addReporting(app, options);
 }
 
+void addInspectOptions(CLI::App& app, CommandOptions& options) {
+  addInput(app, options, "DATA.rows", "Records, as kyv convert writes them; - is standard input");
+  addSchema(app, options);
+  addRecordChoice(app, options);
+  CLI::Option* const html =
+      app.add_option("--html", options.html, "Write a page for a browser instead; - is standard output")
+          ->type_name("FILE");
+  app.add_flag("--raw", options.raw, "Write plain dumps instead")->excludes(html);
+  addColour(app, options);
+  addFormats(app, options);
+  addQuiet(app, options);
+}
+
 constexpr std::array kCommands = {
     Command{"infer", "Guess a schema from all rows of delimited text",
             "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
@@ -192,6 +238,12 @@ constexpr std::array kCommands = {
             "  kyv convert --schema people.json people.csv -o people.rows\n"
             "  kyv print --schema people.json people.rows --header\n",
             addPrintOptions, runPrint},
+    Command{"inspect", "Show records byte by byte",
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv > people.json\n"
+            "  kyv convert --schema people.json people.csv -o people.rows\n"
+            "  kyv inspect --schema people.json people.rows\n",
+            addInspectOptions, runInspect},
 };
 
 constexpr char kStatuses[] =

@@ -8,10 +8,13 @@
 #include <optional>
 #include <string>
 
+#include "record_choice.h"
 #include "record_rows.h"
 #include "text_layout.h"
 
 namespace kyv_internal {
+
+enum class ColourChoice { kAuto, kAlways, kNever };
 
 struct CommandOptions {
   std::string input = "-";
@@ -24,6 +27,10 @@ struct CommandOptions {
   std::string rejects;                     // a file for bad rows as they stand; none when empty
   bool quiet = false;
   bool json = false;  // the summary as JSON
+  RecordChoice records;
+  std::string html;  // a file for a page of records; none when empty
+  bool raw = false;  // the library's plain dumps
+  ColourChoice colour = ColourChoice::kAuto;
 };
 
 }  // namespace kyv_internal

@@ -11,5 +11,6 @@ namespace kyv_internal {
 ExitStatus runInfer(const CommandOptions& options);
 ExitStatus runConvert(const CommandOptions& options);
 ExitStatus runPrint(const CommandOptions& options);
+ExitStatus runInspect(const CommandOptions& options);
 
 }  // namespace kyv_internal

@@ -77,7 +77,7 @@ HeaderWord flagsWord(const RecordWords& record) {
 
 HeaderWord countsWord(const RecordWords& record, const kyv::StreamSchema& schema) {
   const auto wanted = static_cast<std::size_t>(schema.getColumnCount());
-  HeaderWord word = {kCountsOffset, "columns",
+  HeaderWord word = {kCountsOffset, "counts",
                      counted(record.columns(), "column") + ", " + counted(record.options(), "option"), ""};
   if (!record.tableFits()) {
     word.fault =

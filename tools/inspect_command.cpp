@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -10,10 +11,8 @@
 #include "interrupt.h"
 #include "kyv/string_utility.h"
 #include "output_file.h"
-#include "raw_dump.h"
 #include "record_header.h"
-#include "record_page.h"
-#include "record_text.h"
+#include "record_view.h"
 #include "schema_file.h"
 
 namespace kyv_internal {
@@ -24,52 +23,162 @@ using DALVON::Kyv::strprintf;
 // So much is shown of bytes where no record can begin.
 constexpr std::size_t kMostBrokenBytes = 64;
 
-// What is shown of each record, and around all of them.
-class RecordView {
+class InspectRun {
  public:
-  RecordView() = default;
-  RecordView(const RecordView&) = delete;
-  RecordView& operator=(const RecordView&) = delete;
-  virtual ~RecordView() = default;
+  InspectRun(const CommandOptions& options, const SchemaFile& schema)
+      : options_(options),
+        values_(schema.schema(), TextLayout::merge(options.text, schema.text)),
+        stream_(schema.stream) {}
 
-  virtual std::string begin() const { return ""; }
-  virtual std::string record(std::string_view bytes, const RecordMap& map, std::uint64_t number,
-                             std::uint64_t position) const = 0;
-  virtual std::string end(const std::string& /*summary*/) const { return ""; }
-};
-
-class TextView final : public RecordView {
- public:
-  explicit TextView(Colour colour) : colour_(colour) {}
-  std::string record(std::string_view /*bytes*/, const RecordMap& map, std::uint64_t number,
-                     std::uint64_t position) const override {
-    return recordText(map, number, position, colour_) + "\n";
+  ExitStatus run() {
+    catchInterrupts();
+    const std::string& target = options_.html.empty() ? options_.output : options_.html;
+    if (!input_.open(options_.input, error_) || !output_.open(target, error_)) return fail();
+    view_ = makeView();
+    const bool read = write(view_->begin()) && readRecords();
+    if (output_.readerHasGone()) return ExitStatus::kOk;
+    if (!read && interrupted()) {
+      complain("interrupted");
+      return ExitStatus::kInterrupted;
+    }
+    if (!read || !write(view_->end(summary())) || !output_.commit(error_)) return fail();
+    return finish();
   }
 
  private:
-  Colour colour_;
-};
-
-class PageView final : public RecordView {
- public:
-  PageView(std::string file, std::string stream) : file_(std::move(file)), stream_(std::move(stream)) {}
-  std::string begin() const override { return pageBegin(file_, stream_); }
-  std::string record(std::string_view /*bytes*/, const RecordMap& map, std::uint64_t number,
-                     std::uint64_t position) const override {
-    return recordSection(map, number, position);
+  ExitStatus fail() const {
+    complain(error_);
+    return ExitStatus::kFiles;
   }
-  std::string end(const std::string& summary) const override { return pageEnd(summary); }
 
- private:
-  std::string file_;
+  std::unique_ptr<RecordView> makeView() const {
+    if (!options_.html.empty()) return makePageView(input_.name(), stream_);
+    if (options_.raw) return makeRawView();
+    return makeTextView(wantsColour() ? Colour::kAnsi : Colour::kNone);
+  }
+
+  // See no-color.org: the variable counts when it is not empty.
+  bool wantsColour() const {
+    if (options_.colour != ColourChoice::kAuto) return options_.colour == ColourChoice::kAlways;
+    const char* const refused = std::getenv("NO_COLOR");
+    return output_.isTerminal() && (refused == nullptr || *refused == 0);
+  }
+
+  bool write(const std::string& text) { return output_.write(text, error_); }
+
+  // False when the input or the output failed, or the run was interrupted.
+  bool readRecords() {
+    RecordFraming framing(kMostRecordBytes);
+    BlockReader reader(input_, framing, std::numeric_limits<std::size_t>::max());
+    Block block;
+    while (reader.next(block)) {
+      const bool goesOn = block.kind == BlockKind::kRecords ? takeRecords(block) : takeRest(block);
+      if (!goesOn) return false;
+    }
+    error_ = input_.error();
+    return !reader.failed();
+  }
+
+  bool takeRecords(const Block& block) {
+    std::uint64_t position = block.offset;
+    for (std::string_view text = block.text(); !text.empty();) {
+      const auto length = static_cast<std::size_t>(recordLength(text.data()));
+      ++records_;
+      if (options_.records.holds(records_) && !show(text.substr(0, length), position)) return false;
+      position += length;
+      text.remove_prefix(length);
+    }
+    return true;
+  }
+
+  // The end of a file that ends within a record, or in which no record begins where one should.
+  bool takeRest(const Block& block) {
+    ++records_;
+    const std::string_view text =
+        block.kind == BlockKind::kBroken ? block.text().substr(0, kMostBrokenBytes) : block.text();
+    if (options_.records.holds(records_)) return show(text, block.offset);
+    ++faulty_;
+    tellFault(mapRecord(text, values_), block.offset);
+    return true;
+  }
+
+  bool show(std::string_view bytes, std::uint64_t position) {
+    const RecordMap map = mapRecord(bytes, values_);
+    ++shown_;
+    const bool sound = map.faults().empty();
+    if (!sound) ++faulty_;
+    if (!sound && options_.raw) tellFault(map, position);
+    return write(view_->record(map, records_, position));
+  }
+
+  void tellFault(const RecordMap& map, std::uint64_t position) const {
+    complain(strprintf("%s: record %llu, at byte %llu: ", input_.name().c_str(), wide(records_), wide(position)) +
+             map.faults().front());
+  }
+
+  static unsigned long long wide(std::uint64_t count) { return count; }
+
+  std::string summary() const {
+    std::string text = strprintf("%llu of %llu records shown", wide(shown_), wide(records_));
+    if (faulty_ > 0) text += strprintf(", %llu with faults", wide(faulty_));
+    return text;
+  }
+
+  ExitStatus finish() const {
+    if (shown_ == 0 && records_ > 0) {
+      complain(strprintf("%s: there is no record %llu, only %llu", input_.name().c_str(), wide(options_.records.first),
+                         wide(records_)));
+      return ExitStatus::kUsage;
+    }
+    if (!options_.quiet) {
+      const char* const more = shown_ < records_ ? " (--record N-M shows others, --all all)" : "";
+      std::fprintf(stderr, "%s%s\n", summary().c_str(), more);
+    }
+    return faulty_ > 0 ? ExitStatus::kBadRows : ExitStatus::kOk;
+  }
+
+  const CommandOptions& options_;
+  ValueDecoder values_;
   std::string stream_;
+  InputFile input_;
+  OutputFile output_;
+  std::unique_ptr<RecordView> view_;
+  std::string error_;
+  std::uint64_t records_ = 0;
+  std::uint64_t shown_ = 0;
+  std::uint64_t faulty_ = 0;
 };
 
-class RawView final : public RecordView {
- public:
-  std::string record(std::string_view bytes, const RecordMap& /*map*/, std::uint64_t /*number*/,
-                     std::uint64_t /*position*/) const override {
-    return rawDump(bytes);
+// False, with a message, when one file would have to be two things at once.
+bool checkPaths(const CommandOptions& options) {
+  const struct {
+    bool applies;
+    const char* problem;
+  } clashes[] = {
+      {options.schema == "-" && options.input == "-", "schema and rows cannot both come from standard input"},
+      {!options.html.empty() && isSameFile(options.input, options.html), "the page would replace the input"},
+      {!options.html.empty() && isSameFile(options.schema, options.html), "the page would replace the schema"},
+  };
+  for (const auto& clash : clashes) {
+    if (!clash.applies) continue;
+    complain(clash.problem);
+    return false;
   }
-};
+  return true;
+}
 
+}  // namespace
+
+// Records taken apart.
+ExitStatus runInspect(const CommandOptions& options) {
+  if (!checkPaths(options)) return ExitStatus::kUsage;
+  SchemaFile schema;
+  std::string error;
+  if (!readSchemaFile(options.schema, schema, error)) {
+    complain(error);
+    return ExitStatus::kFiles;
+  }
+  return InspectRun(options, schema).run();
+}
+
+}  // namespace kyv_internal

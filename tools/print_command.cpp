@@ -3,16 +3,11 @@
 #include "commands.h"
 #include "complaint.h"
 #include "conversion_run.h"
+#include "record_header.h"
 #include "record_rows.h"
 #include "schema_file.h"
 
 namespace kyv_internal {
-namespace {
-
-// A longer record is taken for a broken file rather than read into memory.
-constexpr std::size_t kMostRecordBytes = std::size_t{256} << 20;
-
-}  // namespace
 
 // Records back to text.
 ExitStatus runPrint(const CommandOptions& options) {

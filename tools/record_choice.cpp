@@ -17,8 +17,7 @@ std::optional<std::uint64_t> parseNumber(std::string_view text) {
 std::optional<RecordChoice> parseRecordChoice(std::string_view text) {
   const std::size_t dash = text.find('-');
   const std::optional<std::uint64_t> first = parseNumber(text.substr(0, dash));
-  const std::optional<std::uint64_t> last =
-      dash == std::string_view::npos ? first : parseNumber(text.substr(dash + 1));
+  const std::optional<std::uint64_t> last = dash == std::string_view::npos ? first : parseNumber(text.substr(dash + 1));
   if (!first || !last || *last < *first) return std::nullopt;
   return RecordChoice{*first, *last};
 }

@@ -58,6 +58,12 @@ std::vector<GridLine> gridOf(const RecordMap& map) {
   return grid.take();
 }
 
+std::string offsetLabel(const RecordMap& map, std::size_t offset) {
+  constexpr std::size_t kLeastWidth = 4;
+  const std::string widest = DALVON::Kyv::strprintf("%zx", map.bytes.size());
+  return DALVON::Kyv::strprintf("%0*zx", static_cast<int>(std::max(kLeastWidth, widest.size())), offset);
+}
+
 std::size_t spacesBefore(std::size_t offset) {
   if (offset % kGridBytes == 0) return 0;
   return offset % kGridGroup == 0 ? 2 : 1;

@@ -12,6 +12,8 @@ namespace kyv_internal {
 
 inline constexpr std::size_t kGridBytes = 16;
 inline constexpr std::size_t kGridGroup = 4;  // bytes between wider spaces
+// Characters of a full line of bytes.
+inline constexpr std::size_t kGridWidth = kGridBytes * 3 - 1 + kGridBytes / kGridGroup - 1;
 
 // Bytes of one segment within a line.
 struct GridRun {
@@ -26,6 +28,9 @@ struct GridLine {
 };
 
 std::vector<GridLine> gridOf(const RecordMap& map);
+
+// The offset of a line's first byte, as wide as in the record's other lines.
+std::string offsetLabel(const RecordMap& map, std::size_t offset);
 
 // The spaces between a byte of a line and the one before it.
 std::size_t spacesBefore(std::size_t offset);

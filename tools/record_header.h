@@ -13,6 +13,9 @@ namespace kyv_internal {
 inline constexpr std::size_t kRecordLengthBytes = sizeof(std::int32_t);
 inline constexpr std::int64_t kLeastRecordBytes = payloadOffset(0);
 
+// A longer record is taken for a broken file rather than read into memory.
+inline constexpr std::size_t kMostRecordBytes = std::size_t{256} << 20;
+
 // `record` needs kRecordLengthBytes bytes.
 inline std::int64_t recordLength(const char* record) { return load<std::int32_t>(at(record, kLengthOffset)); }
 

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "byte_segments.h"
 #include "header_words.h"
 #include "kyv/data_types.h"
+#include "kyv/row2.h"
 #include "kyv/string_utility.h"
 #include "offset_table.h"
 #include "printable_text.h"
@@ -19,7 +21,7 @@ using DALVON::Kyv::strprintf;
 
 constexpr std::size_t kMostNameBytes = 120;
 constexpr std::size_t kMostLatencyWords = 16;
-constexpr std::size_t kLeastLatencyBytes = 16;
+constexpr auto kLatencyWord = static_cast<std::size_t>(kLatencyWordSize);
 
 // Names columns and options by their places in the offset table.
 class EntryNames {
@@ -67,18 +69,20 @@ class EntryNames {
   std::vector<unsigned int> slots_;
 };
 
-std::string latencyFault(std::size_t bytes) {
-  if (bytes % kEntrySize == 0 && bytes >= kLeastLatencyBytes) return "";
-  return strprintf("it has %zu bytes; it takes a multiple of %zu, at least %zu", bytes, kEntrySize, kLeastLatencyBytes);
+std::string latencyFault(std::size_t size) {
+  const auto bytes = static_cast<std::int64_t>(size);
+  if (bytes % kLatencyWordSize == 0 && bytes >= kLeastLatencySize) return "";
+  return strprintf("it has %d bytes; it takes a multiple of %d, at least %d", static_cast<int>(bytes),
+                   static_cast<int>(kLatencyWordSize), static_cast<int>(kLeastLatencySize));
 }
 
 // An option's content; the library carries all but one without looking inside.
 DecodedValue decodeOption(const RecordWords& record, ByteRange bytes, bool isLatency) {
   if (!isLatency) return {"not interpreted", bytes.size(), "", true};
   std::string text;
-  const std::size_t words = bytes.size() / kEntrySize;
+  const std::size_t words = bytes.size() / kLatencyWord;
   for (std::size_t i = 0; i < std::min(words, kMostLatencyWords); ++i) {
-    const auto word = static_cast<std::uint32_t>(record.word(bytes.begin + i * kEntrySize).value_or(0));
+    const auto word = static_cast<std::uint32_t>(record.word(bytes.begin + i * kLatencyWord).value_or(0));
     text += (i == 0 ? "" : " ") + std::to_string(word);
   }
   if (words > kMostLatencyWords) text += " ...";
@@ -97,6 +101,7 @@ class RecordMapper {
     if (record_.tableFits()) addTable();
     addAbsentColumns();
     addSegments();
+    if (map_.faults().empty()) addLibraryFault();
     return std::move(map_);
   }
 
@@ -267,13 +272,27 @@ class RecordMapper {
     }
   }
 
+  // Where all bytes found a place, what they hold may still be refused.
+  void addLibraryFault() {
+    const kyv::StreamSchema& schema = values_.schema();
+    std::vector<unsigned int> types;
+    for (int i = 0; i < schema.getColumnCount(); ++i) types.push_back(schema.getColumnType(i));
+    Row2::Fault fault;
+    const auto bytes = std::as_bytes(std::span(map_.bytes));
+    if (Row2::validateUntrusted(fault, bytes, schema.getColumnCount(), 0, types.data(), nullptr)) return;
+    const auto found = std::find_if(map_.segments.begin(), map_.segments.end(),
+                                    [&](const Segment& segment) { return segment.bytes.end > fault.position; });
+    const std::size_t part = found == map_.segments.end() ? map_.header.front() : found->parts.front();
+    map_.parts[part].fault = escaped(fault.message);
+  }
+
   std::size_t addGap() {
     RecordPart part;
     part.kind = PartKind::kGap;
     part.mark = "gap";
     part.name = "gap";
-    part.text = hasHidden_            ? "columns that are not shown, or no value's"
-                : record_.tableFits() ? "no value's"
+    part.text = hasHidden_            ? "columns not shown, or no value"
+                : record_.tableFits() ? "belongs to no value"
                                       : "cannot be told without an offset table";
     return add(std::move(part));
   }

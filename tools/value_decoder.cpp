@@ -36,8 +36,7 @@ DecodedValue unreadable(std::string_view bytes, const std::string& fault) { retu
 DecodedValue decodeString(std::string_view bytes) {
   const std::size_t end = bytes.find('\0');
   const std::string_view text = bytes.substr(0, end);
-  DecodedValue value =
-      sound('"' + escapedClipped(text, kMostTextBytes) + '"', std::min(text.size() + 1, bytes.size()));
+  DecodedValue value = sound('"' + escapedClipped(text, kMostTextBytes) + '"', std::min(text.size() + 1, bytes.size()));
   if (bytes.back() != 0) {
     value.fault = strprintf("its last byte is 0x%02X, a string's is 0", static_cast<unsigned char>(bytes.back()));
   }

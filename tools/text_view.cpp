@@ -1,5 +1,3 @@
-#include "record_text.h"
-
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -7,6 +5,7 @@
 #include "kyv/string_utility.h"
 #include "printable_text.h"
 #include "record_grid.h"
+#include "record_view.h"
 
 namespace kyv_internal {
 namespace {
@@ -19,11 +18,11 @@ constexpr std::size_t kMostTypeWidth = 14;
 constexpr std::size_t kValueBytes = 6;
 constexpr std::size_t kBytesWidth = kValueBytes * 3 + 2;
 constexpr std::size_t kLeastTextWidth = 24;
-constexpr std::size_t kHexWidth = kGridBytes * 3 + kGridBytes / kGridGroup - 2;
 constexpr char kIndent[] = "  ";
 
 // Escape sequences of a terminal: neighbours among values differ, red is for what is wrong.
 constexpr std::array<const char*, 5> kValueColours = {"36", "33", "35", "32", "94"};
+constexpr char kPlain[] = "";
 constexpr char kHeaderColour[] = "1";
 constexpr char kGapColour[] = "2";
 constexpr char kFaultColour[] = "1;31";
@@ -63,7 +62,8 @@ class RecordWriter {
 
  private:
   std::string painted(const char* colour, const std::string& text) const {
-    return colour_ == Colour::kNone || text.empty() ? text : "\x1B[" + std::string(colour) + "m" + text + "\x1B[0m";
+    const bool plain = colour_ == Colour::kNone || *colour == 0 || text.empty();
+    return plain ? text : "\x1B[" + std::string(colour) + "m" + text + "\x1B[0m";
   }
 
   const char* colourOf(std::size_t index) const {
@@ -91,17 +91,18 @@ class RecordWriter {
   // --- The bytes ---
 
   void addGrid() {
-    out_ += painted(kGapColour, "        0  1  2  3   4  5  6  7   8  9  a  b   c  d  e  f") + "\n";
+    const std::string margin(offsetLabel(map_, 0).size() + 4, ' ');
+    out_ += painted(kGapColour, margin + " 0  1  2  3   4  5  6  7   8  9  a  b   c  d  e  f") + "\n";
     for (const GridLine& line : gridOf(map_)) {
       if (line.leftOut > 0) {
-        out_ += painted(kGapColour, strprintf("        ... %zu bytes ...", line.leftOut)) + "\n";
+        out_ += painted(kGapColour, margin + strprintf("... %zu bytes ...", line.leftOut)) + "\n";
       } else {
-        addLine(line);
+        addLine(line, margin);
       }
     }
   }
 
-  void addLine(const GridLine& line) {
+  void addLine(const GridLine& line, const std::string& margin) {
     std::string hex;
     std::string characters;
     std::string marks;
@@ -115,8 +116,9 @@ class RecordWriter {
       characters += painted(colourOf(segment), charactersRun(map_, run.bytes));
       used += space.size() + bytes.size();
     }
-    out_ += strprintf("  %04zx  ", line.offset) + hex + std::string(kHexWidth - used + 2, ' ') + characters + "\n";
-    out_ += std::string(8, ' ') + marks + "\n";
+    out_ += kIndent + offsetLabel(map_, line.offset) + kIndent + hex + std::string(kGridWidth - used + 2, ' ') +
+            characters + "\n";
+    out_ += margin + marks + "\n";
   }
 
   // A line as wide as the bytes above it that begins with the name of their part.
@@ -136,30 +138,53 @@ class RecordWriter {
       nameWidth_ = std::max(nameWidth_, std::min(countCharacters(part.name), kMostNameWidth));
       typeWidth_ = std::max(typeWidth_, std::min(part.type.size(), kMostTypeWidth));
     }
-    const std::string heads = rowStart("#", "column", "type", "offset", "length");
-    out_ += painted(kGapColour, heads + padded("bytes", kBytesWidth) + "  text") + "\n";
+    RecordPart heads;
+    heads.mark = "#";
+    heads.name = "column";
+    heads.type = "type";
+    heads.where = "offset";
+    heads.text = "text";
+    addColumns(heads, "length", "bytes", {kGapColour, kGapColour, kGapColour});
     for (const std::size_t row : map_.rows) addRow(row);
-  }
-
-  std::string rowStart(const std::string& mark, const std::string& name, const std::string& type,
-                       const std::string& where, const std::string& length) const {
-    return paddedLeft(mark, 4) + kIndent + padded(clipped(name, nameWidth_), nameWidth_) + kIndent +
-           padded(clipped(type, typeWidth_), typeWidth_) + kIndent + paddedLeft(where, 6) + kIndent +
-           paddedLeft(length, 6) + kIndent;
   }
 
   void addRow(std::size_t index) {
     const RecordPart& part = map_.parts[index];
-    const std::string start = rowStart(part.mark, part.name, part.type, part.where, lengthOf(part));
-    const std::size_t textWidth = std::max(kWidth - std::min(kWidth, countCharacters(start) + kBytesWidth + 2), kLeastTextWidth);
-    const std::string text = clipped(part.text, textWidth);
-    const std::string bytes = part.kind == PartKind::kEntry ? "" : hexStart(map_, part.bytes, kValueBytes);
-    out_ += painted(colourOf(index), start + (text.empty() ? bytes : padded(bytes, kBytesWidth) + kIndent + text)) + "\n";
+    const bool isValue = part.kind != PartKind::kEntry && !part.bytes.empty();
+    const std::string length = isValue ? std::to_string(part.bytes.size()) : "";
+    const std::string bytes = isValue ? hexStart(map_, part.bytes, kValueBytes) : "";
+    const bool hasText = part.state == PartState::kPresent && part.kind != PartKind::kGap;
+    addColumns(part, length, bytes, {colourOf(index), kPlain, hasText ? kPlain : kGapColour});
     addFaults(index, 6);
   }
 
-  static std::string lengthOf(const RecordPart& part) {
-    return part.bytes.empty() || part.kind == PartKind::kEntry ? "" : strprintf("%zu", part.bytes.size());
+  struct RowColours {
+    const char* name;  // and bytes
+    const char* numbers;
+    const char* text;
+  };
+
+  // A line of the table.
+  void addColumns(const RecordPart& part, const std::string& length, const std::string& bytes, RowColours colours) {
+    out_ +=
+        painted(colours.name, paddedLeft(part.mark, 4) + kIndent + padded(clipped(part.name, nameWidth_), nameWidth_));
+    const std::string text = clipped(part.text, textWidth());
+    std::string numbers = kIndent + padded(clipped(part.type, typeWidth_), typeWidth_) + kIndent +
+                          paddedLeft(part.where, 6) + kIndent + paddedLeft(length, 6) + kIndent;
+    if (bytes.empty() && text.empty()) numbers.erase(numbers.find_last_not_of(' ') + 1);
+    out_ += painted(colours.numbers, numbers);
+    if (text.empty()) {
+      out_ += painted(colours.name, bytes);
+    } else {
+      out_ += painted(colours.name, padded(bytes, kBytesWidth)) + kIndent + painted(colours.text, text);
+    }
+    out_ += "\n";
+  }
+
+  // What the columns before it leave to the text.
+  std::size_t textWidth() const {
+    const std::size_t others = nameWidth_ + typeWidth_ + kBytesWidth + 4 + 6 + 6 + 6 * 2;
+    return std::max(kWidth - std::min(kWidth, others), kLeastTextWidth);
   }
 
   const RecordMap& map_;
@@ -169,10 +194,20 @@ class RecordWriter {
   std::size_t typeWidth_ = 4;
 };
 
+class TextView final : public RecordView {
+ public:
+  explicit TextView(Colour colour) : colour_(colour) {}
+
+  std::string record(const RecordMap& map, std::uint64_t number, std::uint64_t position) const override {
+    return RecordWriter(map, colour_).text(number, position) + "\n";
+  }
+
+ private:
+  Colour colour_;
+};
+
 }  // namespace
 
-std::string recordText(const RecordMap& map, std::uint64_t number, std::uint64_t position, Colour colour) {
-  return RecordWriter(map, colour).text(number, position);
-}
+std::unique_ptr<RecordView> makeTextView(Colour colour) { return std::make_unique<TextView>(colour); }
 
 }  // namespace kyv_internal
