@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that the tree needs, and is the only place that names them.
 #
-#   scripts/install_packages.sh GROUP...     groups: build, test, check
+#   scripts/install_packages.sh GROUP...     groups: build, test, check, browser
 #
 # Packages that are there already cost one look-up: then nothing is downloaded and no network is needed.
 set -euo pipefail
 
 build=(build-essential cmake ninja-build icu-devtools libicu-dev libcli11-dev nlohmann-json3-dev)
 test=(binutils libbenchmark-dev libgmock-dev libgtest-dev pkg-config)
+browser=(chromium)  # 120 MB to download; only the test of the page of `kyv inspect` uses it
 check=(ccache clang clang-format clang-tidy libclang-rt-14-dev)
 
 wanted=()
@@ -16,7 +17,8 @@ for group in "$@"; do
     build) wanted+=("${build[@]}") ;;
     test) wanted+=("${test[@]}") ;;
     check) wanted+=("${check[@]}") ;;
-    *) echo "$0: no group of packages is called '$group' (build, test, check)" >&2; exit 2 ;;
+    browser) wanted+=("${browser[@]}") ;;
+    *) echo "$0: no group of packages is called '$group' (build, test, check, browser)" >&2; exit 2 ;;
   esac
 done
 
