@@ -276,6 +276,7 @@ class RecordMapper {
   void addLibraryFault() {
     const kyv::StreamSchema& schema = values_.schema();
     std::vector<unsigned int> types;
+    types.reserve(static_cast<std::size_t>(schema.getColumnCount()));
     for (int i = 0; i < schema.getColumnCount(); ++i) types.push_back(schema.getColumnType(i));
     Row2::Fault fault;
     const auto bytes = std::as_bytes(std::span(map_.bytes));

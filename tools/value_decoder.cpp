@@ -1,6 +1,7 @@
 #include "value_decoder.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "kyv/data_types.h"
 #include "kyv/data_value.h"
@@ -89,8 +90,8 @@ std::string fieldOf(std::string_view line) {
 
 }  // namespace
 
-ValueDecoder::ValueDecoder(const kyv::StreamSchema& schema, const TextLayout& layout)
-    : schema_(schema), layout_(layout) {}
+ValueDecoder::ValueDecoder(const kyv::StreamSchema& schema, TextLayout layout)
+    : schema_(schema), layout_(std::move(layout)) {}
 
 DecodedValue ValueDecoder::decode(std::size_t column, std::string_view bytes, bool swapped) {
   const unsigned int type = schema_.getColumnType(static_cast<int>(column));

@@ -26,7 +26,7 @@ struct DecodedValue {
 
 class ValueDecoder {
  public:
-  ValueDecoder(const kyv::StreamSchema& schema, const TextLayout& layout);
+  ValueDecoder(const kyv::StreamSchema& schema, TextLayout layout);
 
   const kyv::StreamSchema& schema() const { return schema_; }
 
