@@ -12,6 +12,10 @@ targets='
 line to record|6
 fields to record|5
 record to fields|4
+record to host order|0.67
+record from host order|0.67
+record checked|10
+record of the other byte order checked|10
 row of a pool|3
 row of a pool, 2 threads|3
 10 fields by name|0.67
@@ -34,8 +38,8 @@ max_peak_kilobytes=65536
 
 build() {
   cmake --preset release >/dev/null
-  cmake --build --preset release --target kyv pool_benchmark row_benchmark text_benchmark make_trades getline_convert getline_print \
-    measure_run >/dev/null
+  cmake --build --preset release --target kyv pool_benchmark record_benchmark row_benchmark text_benchmark \
+    make_trades getline_convert getline_print measure_run >/dev/null
 }
 
 bin=build/release/benchmarks
@@ -54,7 +58,7 @@ best() {
 # Processor nanoseconds an item. The list of names comes first, with measures that never are the best, for the order.
 micro_benchmarks() {
   local program
-  for program in row_benchmark pool_benchmark text_benchmark; do
+  for program in row_benchmark record_benchmark pool_benchmark text_benchmark; do
     "$bin/$program" --benchmark_list_tests=true | sed -E 's#^([^/]*)/(kyv|peer).*#\1|\2|1e9#'
     "$bin/$program" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
       --benchmark_enable_random_interleaving=true --benchmark_min_time=0.05 2>/dev/null |

@@ -15,8 +15,8 @@
 
 namespace kyv_internal {
 
-inline bool checkOpcode(const RecordHeader& header, RecordFault fault) {
-  switch (header.opcode) {
+inline bool isOpcode(std::int32_t opcode) {
+  switch (opcode) {
     case StreamInterface::Insert:
     case StreamInterface::Update:
     case StreamInterface::Delete:
@@ -24,8 +24,12 @@ inline bool checkOpcode(const RecordHeader& header, RecordFault fault) {
     case StreamInterface::SecondDelete:
       return true;
     default:
-      return fault.opcode(header);
+      return false;
   }
+}
+
+inline bool checkOpcode(const RecordHeader& header, RecordFault fault) {
+  return isOpcode(header.opcode) || fault.opcode(header);
 }
 
 inline bool checkColumnCount(const RecordHeader& header, const RecordSchema& schema, RecordFault fault) {
@@ -62,13 +66,10 @@ inline bool checkString(const void* record, const RecordHeader& header, std::siz
 template <WordOrder order, class Visitor>
 bool walkTable(const void* record, const RecordHeader& header, RecordFault fault, const Visitor& visitor) {
   const std::size_t entries = header.entries();
-  const auto entryAt = [record](std::size_t index) {
-    return static_cast<std::int32_t>(loadIn<order, std::uint32_t>(at(record, entryOffset(index))));
-  };
   std::int32_t known = header.payload() - 1;  // the last known offset
   std::size_t open = entries;                 // whose value begins there; nobody's in the beginning
   for (std::size_t i = 0; i < entries; ++i) {
-    const std::int32_t entry = entryAt(i);
+    const std::int32_t entry = tableEntryIn<order>(record, i);
     if (entry <= 0) {
       if (!visitor.absent(i, entry)) return false;
       continue;
@@ -79,7 +80,7 @@ bool walkTable(const void* record, const RecordHeader& header, RecordFault fault
     open = i;
     known = entry;
   }
-  const std::int32_t end = entryAt(entries);
+  const std::int32_t end = tableEntryIn<order>(record, entries);
   if (end > header.length) return fault.entryPastLength(header, entries, end);
   if (end <= known) return fault.entryOverlaps(header, entries, end, known);
   return open == entries || visitor.value(open, {known, end});

@@ -47,4 +47,10 @@ RecordHeader headerOf(const void* record) {
           headerWord(record, kFlagsOffset), counts & kColumnCountMask, counts >> kOptionCountShift};
 }
 
+// An entry of the offset table.
+template <WordOrder order>
+std::int32_t tableEntryIn(const void* record, std::size_t index) {
+  return static_cast<std::int32_t>(loadIn<order, std::uint32_t>(at(record, entryOffset(index))));
+}
+
 }  // namespace kyv_internal

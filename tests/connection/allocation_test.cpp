@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "kyv/connection_row_csv.h"
 #include "kyv/connection_row_pool.h"
 #include "kyv/data_types.h"
+#include "kyv/row2.h"
 #include "kyv/stream_schema.h"
 
 namespace {
@@ -202,6 +204,22 @@ TEST_F(Allocations, ReadingARecordTakesNone) {
   EXPECT_EQ(perCall([&] { row.fromRow(record, 1, &errors_); }), 0);
   EXPECT_EQ(errors_.report(), "");
   std::free(record);
+}
+
+TEST_F(Allocations, CheckingARecordTakesNone) {
+  ConnectionRowByOrder row;
+  row.setStreamType(&schema_, false);
+  setFields(row);
+  ASSERT_TRUE(row.appendRow(1, errors_, out_));
+  const std::span<const std::byte> record = std::as_bytes(std::span(out_.data(), out_.size()));
+  std::vector<unsigned int> types;
+  for (const Cell& cell : kCells) types.push_back(cell.column.type);
+  std::string error;
+  const auto check = [&] {
+    return Row2::validateUntrusted(error, record, static_cast<int>(types.size()), 0, types.data(), nullptr);
+  };
+  EXPECT_EQ(perCall(check), 0);
+  EXPECT_TRUE(check()) << error;
 }
 
 }  // namespace
