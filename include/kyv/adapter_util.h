@@ -20,5 +20,6 @@
 #include "kyv/stream_schema.h"
 #include "kyv/string_utility.h"
 #include "kyv/time_format_parser.h"
+#include "kyv/time_from_string.h"
 #include "kyv/time_to_string.h"
 #include "kyv/time_unit.h"

@@ -294,6 +294,26 @@ TEST(MemberOrder, OfTheToStringParsers) {
             sizeof(DataTypes::TimeFormatParser) + sizeof(DataTypes::BigDateTimeFields));
 }
 
+TEST(MemberOrder, OfTheFromStringParsers) {
+  using DataTypes::FoundTime;
+  using DataTypes::TextInput;
+  EXPECT_THAT((std::array{offsetof(TextInput, text), offsetof(TextInput, length), offsetof(TextInput, position)}),
+              testing::ElementsAre(0, 8, 16));
+  EXPECT_THAT((std::array{offsetof(FoundTime, year), offsetof(FoundTime, month), offsetof(FoundTime, day),
+                          offsetof(FoundTime, weekday), offsetof(FoundTime, hour), offsetof(FoundTime, minute),
+                          offsetof(FoundTime, second), offsetof(FoundTime, fraction), offsetof(FoundTime, halfOfDay),
+                          offsetof(FoundTime, seconds), offsetof(FoundTime, millis), offsetof(FoundTime, micros),
+                          offsetof(FoundTime, zoneOffset), offsetof(FoundTime, zone)}),
+              testing::ElementsAre(0, 4, 8, 12, 16, 20, 24, 28, 32, 40, 48, 56, 64, 72));
+  EXPECT_THAT(
+      (std::array{offsetof(FoundTime, hasMicros), offsetof(FoundTime, hasSeconds), offsetof(FoundTime, hasMillis),
+                  offsetof(FoundTime, hasZone), offsetof(FoundTime, hasZoneHours), offsetof(FoundTime, hasZoneMinutes),
+                  offsetof(FoundTime, reservedZoneFlag)}),
+      testing::ElementsAre(104, 105, 106, 107, 108, 109, 110));
+  EXPECT_EQ(sizeof(DataTypes::TimeFormatParser_TimeFromString),
+            sizeof(DataTypes::TimeFormatParser) + sizeof(TextInput) + sizeof(FoundTime));
+}
+
 TEST(MemberOrder, OfTimeFormatParser) {
   EXPECT_THAT(ScannerMembers::offsets(), testing::ElementsAre(8, 12, 16, 20, 21, 24));
   EXPECT_EQ(sizeof(DataTypes::TimeFormatParser), 32);
