@@ -129,11 +129,14 @@ void addQuiet(CLI::App& app, CommandOptions& options) {
   app.add_flag("-q,--quiet", options.quiet, "Say nothing but what ends the run: no progress, bad rows or summary");
 }
 
+void addMaxErrors(CLI::App& app, CommandOptions& options, const char* help) {
+  addNumber(app, "--max-errors", help, 1, kMostErrors, [&options](std::uint64_t count) { options.maxErrors = count; });
+}
+
 void addReporting(CLI::App& app, CommandOptions& options) {
   addQuiet(app, options);
   app.add_flag("--json", options.json, "The summary as JSON, on standard output where that is free");
-  addNumber(app, "--max-errors", "Stop at the Nth bad row and leave no output file", 1, kMostErrors,
-            [&options](std::uint64_t count) { options.maxErrors = count; });
+  addMaxErrors(app, options, "Stop at the Nth bad row and leave no output file");
 }
 
 // Which records of a file.
@@ -209,6 +212,14 @@ void addPrintOptions(CLI::App& app, CommandOptions& options) {
   addReporting(app, options);
 }
 
+void addCheckOptions(CLI::App& app, CommandOptions& options) {
+  addInput(app, options, "DATA.rows", "Records, as kyv convert writes them; - is standard input");
+  addSchema(app, options);
+  addQuiet(app, options);
+  app.add_flag("--json", options.json, "What is wrong and the summary as JSON, a line each, on standard output");
+  addMaxErrors(app, options, "Stop at the Nth bad record");
+}
+
 void addInspectOptions(CLI::App& app, CommandOptions& options) {
   addInput(app, options, "DATA.rows", "Records, as kyv convert writes them; - is standard input");
   addSchema(app, options);
@@ -238,6 +249,12 @@ constexpr std::array kCommands = {
             "  kyv convert --schema people.json people.csv -o people.rows\n"
             "  kyv print --schema people.json people.rows --header\n",
             addPrintOptions, runPrint},
+    Command{"check", "Find what is wrong with records, whatever it is",
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv > people.json\n"
+            "  kyv convert --schema people.json people.csv -o people.rows\n"
+            "  kyv check --schema people.json people.rows\n",
+            addCheckOptions, runCheck},
     Command{"inspect", "Show records byte by byte",
             "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
             "  kyv infer people.csv > people.json\n"

@@ -16,6 +16,8 @@ namespace kyv_internal {
 
 enum class ColourChoice { kAuto, kAlways, kNever };
 
+inline constexpr char kStandardInputTwice[] = "schema and rows cannot both come from standard input";
+
 struct CommandOptions {
   std::string input = "-";
   std::string output = "-";
@@ -31,6 +33,8 @@ struct CommandOptions {
   std::string html;  // a file for a page of records; none when empty
   bool raw = false;  // the library's plain dumps
   ColourChoice colour = ColourChoice::kAuto;
+
+  bool takesStandardInputTwice() const { return schema == "-" && input == "-"; }
 };
 
 }  // namespace kyv_internal

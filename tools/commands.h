@@ -11,6 +11,7 @@ namespace kyv_internal {
 ExitStatus runInfer(const CommandOptions& options);
 ExitStatus runConvert(const CommandOptions& options);
 ExitStatus runPrint(const CommandOptions& options);
+ExitStatus runCheck(const CommandOptions& options);
 ExitStatus runInspect(const CommandOptions& options);
 
 }  // namespace kyv_internal

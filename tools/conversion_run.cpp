@@ -48,7 +48,7 @@ bool ConversionRun::checkPaths() const {
     bool applies;
     const char* problem;
   } clashes[] = {
-      {options_.schema == "-" && options_.input == "-", "schema and rows cannot both come from standard input"},
+      {options_.takesStandardInputTwice(), kStandardInputTwice},
       {isSameFile(options_.input, output), "the output would replace the input"},
       {isSameFile(options_.schema, output), "the output would replace the schema"},
       {isSameFile(options_.input, rejects), "the rejected rows would replace the input"},

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "record_header.h"
+
 namespace kyv_internal {
 
 class Framing {
@@ -58,11 +60,13 @@ class QuotedFraming final : public Framing {
 // Binary records, each led by its own length.
 class RecordFraming final : public Framing {
  public:
-  // `most` is the length from which on a record counts as nonsense.
-  explicit RecordFraming(std::size_t most) : most_(most) {}
+  // A record of fewer bytes than `least`, or of more than `most`, counts as nonsense. `least` is at least the size of
+  // the length, so that reading goes on.
+  explicit RecordFraming(std::size_t most, std::size_t least = kLeastRecordBytes) : least_(least), most_(most) {}
   std::size_t wholeRecords(std::string_view text) override;
 
  private:
+  std::size_t least_;
   std::size_t most_;
 };
 

@@ -155,7 +155,7 @@ bool checkPaths(const CommandOptions& options) {
     bool applies;
     const char* problem;
   } clashes[] = {
-      {options.schema == "-" && options.input == "-", "schema and rows cannot both come from standard input"},
+      {options.takesStandardInputTwice(), kStandardInputTwice},
       {!options.html.empty() && isSameFile(options.input, options.html), "the page would replace the input"},
       {!options.html.empty() && isSameFile(options.schema, options.html), "the page would replace the schema"},
   };

@@ -1,6 +1,6 @@
 #pragma once
 
-// Records in memory of exactly their size, at an odd address, and in the opposite byte order.
+// Records in memory of exactly their size, at an odd address.
 
 #include <algorithm>
 #include <cstddef>
@@ -32,20 +32,5 @@ class RecordCopy {
   std::size_t size_;
   std::unique_ptr<unsigned char[]> memory_;
 };
-
-inline void reverseBytes(std::string& bytes, std::size_t offset, std::size_t count) {
-  const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
-  std::reverse(begin, begin + static_cast<std::ptrdiff_t>(count));
-}
-
-// The record in the opposite byte order, whose payload is given as that order has it: length, operation and flags (the
-// words at 0, 4 and 12) stay.
-inline std::string inOppositeOrder(HandRecord record, const std::string& oppositePayload) {
-  record.payload = oppositePayload;
-  std::string bytes = record.bytes();
-  for (const std::size_t offset : {8, 16}) reverseBytes(bytes, offset, 4);
-  for (std::size_t i = 0; i < record.table.size(); ++i) reverseBytes(bytes, 20 + 4 * i, 4);
-  return bytes;
-}
 
 }  // namespace kyv_test
