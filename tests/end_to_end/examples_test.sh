@@ -18,5 +18,13 @@ check errors "record 2: Error converting data 'x'->FLOAT for Stream 'Rates' Colu
 float constant does not begin with a legal character" "$errors"
 check fields "$(printf 'p Id=1 Currency=EUR Rate=2.500000\np Id=3 Currency=NULL Rate=0.250000')" \
   "$(./record_to_fields <"$records")"
+status=0
+errors=$(printf 'Id=1\nRate=2.5\n\nRate=0.5\nId=2\nzz=?\n\nKYV_OPS=d\nId=3\n\nId=4\n\nId=x\n\nId=6\n\nId=7\n' |
+  ./pooled_adapter 2>&1 >"$records") || status=$?
+check "pooled status" 1 "$status"
+check "pooled errors" "record 5: Error converting data 'x'->LONG for Stream 'Rates' Column 'Id': \
+long constant does not begin with a legal character" "$errors"
+check "pooled fields" "$(printf 'p Id=1 Currency=NULL Rate=2.500000\np Id=2 Currency=NULL Rate=0.500000
+d Id=3 Currency=NULL Rate=NULL\np Id=7 Currency=NULL Rate=NULL')" "$(./record_to_fields <"$records")"
 check flat "$(printf 'Id=8\nCurrency=GBP\nRate=1.250000')" "$(./flat_interface 8,GBP,1.25)"
 echo "examples: all as expected"
