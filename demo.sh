@@ -37,7 +37,9 @@ printf '\nOne row of it\n'
 printf '  as text     %s\n' "$(row)"
 printf '  as guessed  %s\n' "${types//$'\n'/, }"
 od -A n -t x1 -v one.rows | sed '1s/^/  as record  /; 2,$s/^/             /'
+kyv inspect --schema $file.json one.rows --html one.html --quiet
 printf '  as JSON     %s\n' "$(kyv print --schema $file.json --format json one.rows --quiet)"
+printf '  as a page   %s\n' build/demo/data/one.html
 
 row | sed 's/4[.]0/4.O/' >>rows.csv
 printf '\nWhat does not fit is reported, and stops no other row\n'

@@ -42,17 +42,29 @@ std::string faultText(const RecordWords& record, Verdict verdict, std::int32_t o
   return "";
 }
 
-bool isShown(const RecordWords& record, std::size_t index, std::size_t mostColumns) {
-  return index < mostColumns || index >= record.columns();
-}
+// Which entries are kept: all but the columns from `first` to `last`. A record that is cut off may claim millions of
+// them that are not there, and those are never looked at: the ones from `missing` on.
+struct HiddenColumns {
+  std::size_t first;
+  std::size_t missing;
+  std::size_t last;
+
+  HiddenColumns(const RecordWords& record, std::size_t mostColumns)
+      : first(std::min(mostColumns, record.columns())),
+        missing(std::clamp(record.roomForEntries(), first, record.columns())),
+        last(record.columns()) {}
+
+  bool holds(std::size_t index) const { return index >= first && index < last; }
+};
 
 // Backwards, because a value ends where the next one begins.
-std::vector<TableEntry> shownEntries(const RecordWords& record, std::size_t mostColumns) {
+std::vector<TableEntry> keptEntries(const RecordWords& record, const HiddenColumns& hidden) {
   std::vector<TableEntry> entries;
   std::int32_t next = 0;
   for (std::size_t i = record.entries() + 1; i-- > 0;) {
+    if (i + 1 == hidden.last) i = std::min(i, hidden.missing);
     const std::optional<std::int32_t> offset = record.word(entryOffset(i));
-    if (isShown(record, i, mostColumns)) entries.push_back({i, offset, next, ""});
+    if (!hidden.holds(i)) entries.push_back({i, offset, next, ""});
     if (offset.value_or(0) > 0) next = *offset;
   }
   std::reverse(entries.begin(), entries.end());
@@ -63,17 +75,19 @@ std::vector<TableEntry> shownEntries(const RecordWords& record, std::size_t most
 
 // Each entry is judged by those before it, shown or not.
 OffsetTable readOffsetTable(const RecordWords& record, std::size_t mostColumns) {
+  const HiddenColumns hidden(record, mostColumns);
   OffsetTable table;
-  table.entries = shownEntries(record, mostColumns);
-  table.hiddenColumns = record.columns() - std::min(record.columns(), mostColumns);
+  table.entries = keptEntries(record, hidden);
+  table.hiddenColumns = hidden.last - hidden.first;
+  table.hiddenMissing = hidden.last - hidden.missing;
   std::int32_t last = 0;
-  auto shown = table.entries.begin();
+  auto kept = table.entries.begin();
   for (std::size_t i = 0; i <= record.entries(); ++i) {
+    if (i == hidden.missing) i = hidden.last;
     const Verdict verdict = judge(record, i, last);
     const std::int32_t offset = record.word(entryOffset(i)).value_or(0);
-    if (shown->index == i) {
-      shown->fault = faultText(record, verdict, offset, last);
-      ++shown;
+    if (!hidden.holds(i)) {
+      kept++->fault = faultText(record, verdict, offset, last);
     } else if (verdict != Verdict::kSound) {
       ++table.hiddenFaults;
     }

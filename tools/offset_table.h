@@ -22,7 +22,8 @@ struct TableEntry {
 struct OffsetTable {
   std::vector<TableEntry> entries;  // of the first columns, all options, and the end of data
   std::size_t hiddenColumns = 0;    // those without an entry above
-  std::size_t hiddenFaults = 0;     // entries among them that are not sound
+  std::size_t hiddenMissing = 0;    // those among them whose entries are not there
+  std::size_t hiddenFaults = 0;     // those whose entries are there and not sound
 };
 
 // Entries are kept of at most `mostColumns` columns. REQUIRES: the table fits into the record.

@@ -31,15 +31,15 @@ pre, table { margin: 0; background: var(--ground); border: 1px solid var(--line)
 pre, .hex, .number, td.text { font-family: ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; font-size: 13px; }
 pre { padding: .6rem .8rem; line-height: 1.75; overflow-x: auto; flex: 0 1 auto; max-width: 100%; }
 pre i { font-style: normal; color: var(--dim); }
-.values { flex: 1 1 36rem; overflow-x: auto; }
+.values { flex: 1 1 42rem; overflow-x: auto; }
 table { border-collapse: separate; border-spacing: 0; width: 100%; }
 th, td { padding: .3rem .5rem; font-size: 14px; text-align: left; vertical-align: top; border-bottom: 1px solid var(--line); }
-thead th { font-size: .75rem; font-weight: normal; color: var(--dim); }
+thead th, thead .number { font: .75rem system-ui, sans-serif; color: var(--dim); }
 tbody tr:last-child > * { border-bottom: 0; }
-tbody th { font-weight: 600; min-width: 10.5rem; overflow-wrap: anywhere; }
+tbody th { font-weight: 600; min-width: 6.5rem; overflow-wrap: break-word; }
 .number { text-align: right; white-space: nowrap; }
 .hex { white-space: nowrap; }
-td.text { min-width: 8rem; overflow-wrap: anywhere; }
+td.text { min-width: 9rem; overflow-wrap: anywhere; }
 .k0 { --hue: 205; } .k1 { --hue: 36; } .k2 { --hue: 130; } .k3 { --hue: 275; } .k4 { --hue: 178; } .k5 { --hue: 322; }
 .k6 { --hue: 68; }
 pre span { padding: .12em 0; border-radius: .2em; }

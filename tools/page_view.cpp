@@ -13,6 +13,7 @@ namespace {
 using DALVON::Kyv::strprintf;
 
 constexpr std::size_t kValueBytes = 6;
+constexpr std::size_t kHintBytes = 60;
 
 // Text between tags or in an attribute.
 std::string html(std::string_view text) {
@@ -54,13 +55,13 @@ const char* kindClass(PartKind kind) {
   return "";
 }
 
-// What the pointer learns of a part.
+// What the pointer learns of a part, in a line.
 std::string hint(const RecordPart& part) {
-  std::string text = part.name;
+  std::string text = printableClipped(part.name, kHintBytes);
   if (!part.type.empty()) text += ", " + part.type;
   text += strprintf(": %zu bytes at 0x%zX", part.bytes.size(), part.bytes.begin);
   const std::string& content = part.text.empty() ? part.where : part.text;
-  return content.empty() ? text : text + ": " + content;
+  return content.empty() ? text : text + ": " + printableClipped(content, kHintBytes);
 }
 
 class SectionWriter {
@@ -74,8 +75,9 @@ class SectionWriter {
     out_ += "</dl>\n<div class=\"panes\">\n<pre aria-label=\"Bytes\">";
     for (const GridLine& line : gridOf(map_)) addLine(line);
     out_ +=
-        "</pre>\n<div class=\"values\"><table>\n<thead><tr><th>#</th><th>column</th><th>type</th><th>offset</th>"
-        "<th>length</th><th>bytes</th><th>text</th></tr></thead>\n<tbody>\n";
+        "</pre>\n<div class=\"values\"><table>\n<thead><tr><th class=\"number\">#</th><th>column</th><th>type</th>"
+        "<th>text</th><th class=\"number\">offset</th><th class=\"number\">length</th><th>bytes</th></tr></thead>\n"
+        "<tbody>\n";
     for (const std::size_t row : map_.rows) addRow(row);
     out_ += "</tbody></table></div>\n</div>\n</section>\n";
     return std::move(out_);
@@ -153,10 +155,10 @@ class SectionWriter {
     const RecordPart& part = map_.parts[index];
     const bool isValue = part.kind != PartKind::kEntry && !part.bytes.empty();
     out_ += "<tr" + focusable(index) + "><td class=\"number\">" + part.mark + "</td><th scope=\"row\">" +
-            html(part.name) + "</th><td>" + html(part.type) + "</td><td class=\"number\">" + part.where +
-            "</td><td class=\"number\">" + (isValue ? std::to_string(part.bytes.size()) : "") +
-            "</td><td class=\"hex\">" + (isValue ? hexStart(map_, part.bytes, kValueBytes) : "") +
-            "</td><td class=\"text\">" + html(part.text) + "</td></tr>\n";
+            html(part.name) + "</th><td>" + html(part.type) + "</td><td class=\"text\">" + html(part.text) +
+            "</td><td class=\"number\">" + part.where + "</td><td class=\"number\">" +
+            (isValue ? std::to_string(part.bytes.size()) : "") + "</td><td class=\"hex\">" +
+            (isValue ? hexStart(map_, part.bytes, kValueBytes) : "") + "</td></tr>\n";
     for (const std::string& fault : map_.faultsOf(index)) {
       out_ += "<tr class=\"fault\"><td></td><td colspan=\"6\">" + html(fault) + "</td></tr>\n";
     }

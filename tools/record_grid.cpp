@@ -48,7 +48,12 @@ class GridBuilder {
   std::vector<GridLine> lines_;
 };
 
-unsigned int byteAt(const RecordMap& map, std::size_t offset) { return static_cast<unsigned char>(map.bytes[offset]); }
+void appendHex(char byte, std::string& out) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  const auto bits = static_cast<unsigned char>(byte);
+  out += kDigits[bits >> 4U];
+  out += kDigits[bits & 0xFU];
+}
 
 }  // namespace
 
@@ -73,7 +78,7 @@ std::string hexRun(const RecordMap& map, ByteRange bytes) {
   std::string text;
   for (std::size_t i = bytes.begin; i < bytes.end; ++i) {
     if (i > bytes.begin) text.append(spacesBefore(i), ' ');
-    text += DALVON::Kyv::strprintf("%02x", byteAt(map, i));
+    appendHex(map.bytes[i], text);
   }
   return text;
 }
@@ -88,7 +93,8 @@ std::string charactersRun(const RecordMap& map, ByteRange bytes) {
 std::string hexStart(const RecordMap& map, ByteRange bytes, std::size_t most) {
   std::string text;
   for (std::size_t i = bytes.begin; i < std::min(bytes.end, bytes.begin + most); ++i) {
-    text += DALVON::Kyv::strprintf(i == bytes.begin ? "%02x" : " %02x", byteAt(map, i));
+    if (i > bytes.begin) text += ' ';
+    appendHex(map.bytes[i], text);
   }
   return bytes.size() > most ? text + " .." : text;
 }

@@ -91,8 +91,8 @@ DecodedValue decodeOption(const RecordWords& record, ByteRange bytes, bool isLat
 
 class RecordMapper {
  public:
-  RecordMapper(std::string_view bytes, ValueDecoder& values)
-      : record_(bytes), values_(values), names_(record_, values.schema()) {
+  RecordMapper(std::string_view bytes, ValueDecoder& values, std::size_t mostColumns)
+      : record_(bytes), values_(values), names_(record_, values.schema()), mostColumns_(mostColumns) {
     map_.bytes = bytes;
   }
 
@@ -106,6 +106,8 @@ class RecordMapper {
   }
 
  private:
+  std::size_t wantedColumns() const { return static_cast<std::size_t>(values_.schema().getColumnCount()); }
+
   // Adds a part that claims its bytes.
   std::size_t add(RecordPart part) {
     part.tie = map_.parts.size();
@@ -130,15 +132,22 @@ class RecordMapper {
 
   // --- The offset table ---
 
+  // Columns that get parts of their own: not those that are only claimed.
+  std::size_t shownColumns() const {
+    return std::min({mostColumns_, record_.columns(), std::max(record_.roomForEntries(), wantedColumns())});
+  }
+
   void addTable() {
-    const OffsetTable table = readOffsetTable(record_, kMostMappedColumns);
+    const OffsetTable table = readOffsetTable(record_, shownColumns());
     std::vector<std::size_t> parts;
+    parts.reserve(table.entries.size());
     for (const TableEntry& entry : table.entries) parts.push_back(addEntry(entry));
-    for (std::size_t i = 0; i + 1 < table.entries.size(); ++i) {
-      if (i == kMostMappedColumns) addHidden(table);
-      addValue(table.entries[i], parts[i]);
-    }
-    if (table.entries.size() <= kMostMappedColumns + 1) addHidden(table);
+    const auto addValues = [&](std::size_t begin, std::size_t end) {
+      for (std::size_t i = begin; i < end; ++i) addValue(table.entries[i], parts[i]);
+    };
+    addValues(0, shownColumns());
+    if (table.hiddenColumns > 0) addHidden(table);
+    addValues(shownColumns(), table.entries.size() - 1);
     map_.rows.push_back(parts.back());
   }
 
@@ -162,15 +171,16 @@ class RecordMapper {
   }
 
   void addHidden(const OffsetTable& table) {
-    if (table.hiddenColumns == 0) return;
     hasHidden_ = true;
     RecordPart part;
     part.kind = PartKind::kEntry;
     part.mark = "@...";
-    part.name = strprintf("columns %zu to %zu", kMostMappedColumns + 1, record_.columns());
-    part.bytes = clipped(entryOffset(kMostMappedColumns), entryOffset(record_.columns()));
+    part.name = strprintf("columns %zu to %zu", shownColumns() + 1, record_.columns());
+    part.bytes = clipped(entryOffset(shownColumns()), entryOffset(record_.columns()));
     part.text = "not shown";
     if (table.hiddenFaults > 0) part.fault = strprintf("%zu of their offsets make no sense", table.hiddenFaults);
+    if (table.hiddenMissing > 0)
+      part.fault = strprintf("the file ends before %zu of their offsets", table.hiddenMissing);
     map_.rows.push_back(add(std::move(part)));
   }
 
@@ -245,8 +255,7 @@ class RecordMapper {
   // Columns that the schema has and the record has not.
   void addAbsentColumns() {
     const std::size_t present = record_.tableFits() ? record_.columns() : 0;
-    const auto wanted = static_cast<std::size_t>(values_.schema().getColumnCount());
-    for (std::size_t i = present; i < std::min(wanted, kMostMappedColumns); ++i) {
+    for (std::size_t i = present; i < std::min(wantedColumns(), mostColumns_); ++i) {
       RecordPart part;
       part.kind = PartKind::kColumn;
       part.mark = std::to_string(i + 1);
@@ -310,6 +319,7 @@ class RecordMapper {
   const RecordWords record_;
   ValueDecoder& values_;
   const EntryNames names_;
+  const std::size_t mostColumns_;
   RecordMap map_;
   std::vector<Claim> claims_;
   bool hasHidden_ = false;
@@ -333,6 +343,8 @@ std::vector<std::string> RecordMap::faults() const {
   return faults;
 }
 
-RecordMap mapRecord(std::string_view bytes, ValueDecoder& values) { return RecordMapper(bytes, values).map(); }
+RecordMap mapRecord(std::string_view bytes, ValueDecoder& values, std::size_t mostColumns) {
+  return RecordMapper(bytes, values, mostColumns).map();
+}
 
 }  // namespace kyv_internal

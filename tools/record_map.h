@@ -76,11 +76,10 @@ struct RecordMap {
   std::vector<std::string> faults() const;
 };
 
-// More columns than this are counted, not shown.
 inline constexpr std::size_t kMostMappedColumns = 1000;
 
 // Maps a record in either byte order. `bytes` is what is there of it, from its first byte on, and may be less than the
-// record says, or nothing.
-RecordMap mapRecord(std::string_view bytes, ValueDecoder& values);
+// record says, or nothing. More than `mostColumns` are counted, but have no parts of their own.
+RecordMap mapRecord(std::string_view bytes, ValueDecoder& values, std::size_t mostColumns = kMostMappedColumns);
 
 }  // namespace kyv_internal

@@ -50,6 +50,9 @@ class RecordWords {
   // Without, nothing of table and values can be told.
   bool tableFits() const { return isThere(kCountsOffset) && payload() <= length(); }
 
+  // Entries of the offset table for which there are bytes, however many the record has.
+  std::size_t roomForEntries() const { return (std::max(there(), kTableOffset) - kTableOffset) / kEntrySize; }
+
   // As much of a range as is there.
   std::string_view clipped(std::size_t begin, std::size_t end) const {
     begin = std::min(begin, there());

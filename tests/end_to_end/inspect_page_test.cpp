@@ -59,7 +59,7 @@ class InspectPage : public Tool {
 
 constexpr char kNameRow[] = "#record-1 ~ .panes tbody tr:nth-child(2) th";
 const std::vector<std::string> kNameParts = {"28 00 00 00", "(...", "41 6e 6e 00", "Ann.",
-                                             "2Namestring0x28441 6e 6e 00\"Ann\""};
+                                             "2Namestring\"Ann\"0x28441 6e 6e 00"};
 
 TEST_F(InspectPage, LightsUpAValueWithItsBytesAndItsOffset) {
   EXPECT_TRUE(lit().empty());
@@ -84,7 +84,7 @@ TEST_F(InspectPage, KeepsWhatWasClickedAndFollowsTheKeyboard) {
   browser_->evaluate("document.activeElement.blur()");
   EXPECT_TRUE(lit().empty());
   browser_->evaluate("document.querySelector('#record-2 ~ .panes tbody tr').focus()");
-  EXPECT_THAT(lit(), Contains("1Idinteger0x24402 00 00 002"));
+  EXPECT_THAT(lit(), Contains("1Idinteger20x24402 00 00 00"));
 }
 
 // One that shows nothing compresses to almost nothing.

@@ -17,6 +17,7 @@ namespace kyv_internal {
 namespace {
 
 using kyv_test::HandRecord;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -240,6 +241,17 @@ TEST(RecordMap, CountsColumnsBeyondItsLimit) {
                                         "columns 1001 to 200000: 1 of their offsets make no sense"));
   EXPECT_EQ(fieldsOf(map), "7,-,-,-");
   EXPECT_EQ(map.parts[map.rows.back()].text, "columns not shown, or no value");
+}
+
+TEST(RecordMap, PassesOverColumnsThatAreClaimedAndNotThere) {
+  std::string record = kyv_test::hostileBytes({"", {}, 62, ""});
+  kyv_test::poke(record, 0, 0x7FFFFFFF);
+  kyv_test::poke(record, 16, 0xFFFFFF);
+  const RecordMap map = mapOf(record);
+  EXPECT_TRUE(kyv_test::coversEachByteOnce(map));
+  EXPECT_THAT(map.faults(), Contains("columns 11 to 16777215: the file ends before 16777205 of their offsets"));
+  EXPECT_THAT(map.faults(), Contains("end of data: the file ends before its offset"));
+  EXPECT_EQ(segmentsOf(map, 20), "20 @1, 24 @2, 28 @3, 32 @4, 36 @5, 40 @6, 44 @7, 48 @8, 52 @9, 56 @10, 60 @...");
 }
 
 TEST(RecordMap, MakesNamesAndTextsHarmless) {

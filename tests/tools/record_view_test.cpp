@@ -98,6 +98,26 @@ TEST(PageView, NeedsNothingElseAndTakesNothingForMarkup) {
   }
 }
 
+// The texts of a row's cells, parted by bars.
+std::string cellsOf(const std::string& page, const std::string& rowBegin) {
+  const std::size_t begin = page.find(rowBegin);
+  std::string cells;
+  bool inTag = false;
+  for (const char c : page.substr(begin, page.find("</tr>", begin) - begin)) {
+    if (c == '<') inTag = true;
+    if (!inTag) cells += c;
+    if (c == '>') inTag = false;
+    if (c == '<' && !cells.ends_with('|')) cells += '|';
+  }
+  return cells;
+}
+
+TEST(PageView, ListsValuesBelowTheirHeads) {
+  const std::string text = show(*makePageView("f", "S"), sound().bytes());
+  EXPECT_EQ(cellsOf(text, "<thead>"), "|#|column|type|text|offset|length|bytes|");
+  EXPECT_EQ(cellsOf(text, "<tr class=\"column k5"), "|1|Id|integer|7|0x24|4|07 00 00 00|");
+}
+
 TEST(PageView, TiesAValueToItsOffset) {
   const std::string text = show(*makePageView("f", "S"), sound().bytes());
   EXPECT_THAT(text, HasSubstr("<span class=\"entry k5\" data-t=\"5\" title=\"offset of Id, offset: 4 bytes at 0x14: "
