@@ -87,8 +87,8 @@ void* ConnectionRowByNames::toRow(ConnectionCallback*, unsigned long recordNo, C
       columns_->fieldsOf(*streamType_, prepared_->schema, columns.size(), *fields_);
   std::size_t textBytes = 0;
   for (const kyv_internal::RowField& field : fields) textBytes += field.size;
-  return kyv_internal::buildRecord({*streamType_, prepared_->formats, columns, fields, operation, shineThrough, recordNo,
-                                    prepared_->schema.ownBytes(), textBytes},
+  return kyv_internal::buildRecord({*streamType_, prepared_->formats, columns, fields, operation, shineThrough,
+                                    recordNo, prepared_->schema.ownBytes(), textBytes},
                                    errors, failedColumn_);
 }
 

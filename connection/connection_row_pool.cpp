@@ -9,8 +9,8 @@ using kyv_internal::MutexGuard;
 ConnectionRowPool::ConnectionRowPool() { pthread_mutex_init(&mutex_, nullptr); }
 
 ConnectionRowPool::~ConnectionRowPool() {
-  deleteFreeRows();
   prototype_.reset();
+  deleteFreeRows();
   pthread_mutex_destroy(&mutex_);
 }
 
@@ -65,6 +65,7 @@ void ConnectionRowPool::free(ConnectionRow* row) {
 }
 
 bool ConnectionRowPool::allocTrans(ConnectionTrans* trans, int count) {
+  // Required as is: rows that are still there are deleted, not taken back.
   for (ConnectionRow* const row : *trans) delete row;
   trans->clear();
   if (count > 0) trans->reserve(static_cast<std::size_t>(count));

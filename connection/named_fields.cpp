@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "services/c_string_hash.h"
@@ -16,7 +17,7 @@ constexpr std::uint32_t kLongestChain = 8;
 
 constexpr std::size_t kSmallestBlock = 4096;
 constexpr std::size_t kLargestKeptBlock = 65536;
-constexpr std::size_t kMostNameBytes = 1048576;  // that outlast their fields
+constexpr std::size_t kMostNameBytes = 1048576;  // of which some may be of names that do not come again
 
 // In the order of their slots.
 constexpr std::string_view kReservedNames[] = {"", "KYV_OPS", "KYV_FLAGS"};
@@ -131,8 +132,10 @@ void NamedFields::grow() {
 
 void NamedFields::clear() {
   if (keptTexts_.bytes() == 0) return;
-  const bool mostAreUnused = names_.size() > kFirstNames && fieldCount_ < names_.size() / 2;
-  if (mostAreUnused || keptNames_.bytes() > kMostNameBytes) {
+  const std::size_t known = names_.size() - std::size(kReservedNames);
+  const bool mostAreUnused = known > kFirstNames && fieldCount_ < known / 2;
+  const bool someLongOnesAre = keptNames_.bytes() > kMostNameBytes && fieldCount_ < known;
+  if (mostAreUnused || someLongOnesAre) {
     forgetNames();
   } else {
     std::fill(texts_.begin(), texts_.end(), RowField());
