@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <iterator>
 
+#include "datatypes/digit_block.h"
+
 namespace kyv_internal {
 
 using Parser = DataTypes::TimeFormatParser;
@@ -32,16 +34,16 @@ struct Calls {
 
 using enum ModelToken;
 
-// By first letter, the longest spelling first. What a spelling leaves over begins the next token: "DAM" is D and AM,
-// "SSSS" is SS twice, "MONTZH" is MON and TZH, "HOUR" is four literals.
+// By first letter; of two spellings that begin alike the longer first. What a spelling leaves over begins the next
+// token: "DAM" is D and AM, "SSSS" is SS twice, "MONTZH" is MON and TZH, "HOUR" is four literals.
 constexpr TokenRow kRows[] = {
     {"AM", kAM, Calls::name<&Parser::OnFieldAM>},
 
-    {"DAYS", kDAYS, Calls::field<&Parser::OnFieldDAYS>},
-    {"DAY", kDAY, Calls::name<&Parser::OnFieldDAY>},
     {"DDD", kDDD, Calls::field<&Parser::OnFieldDDD>},
     {"DD", kDD, Calls::field<&Parser::OnFieldDD>},
     {"DY", kDY, Calls::name<&Parser::OnFieldDY>},
+    {"DAYS", kDAYS, Calls::field<&Parser::OnFieldDAYS>},
+    {"DAY", kDAY, Calls::name<&Parser::OnFieldDAY>},
     {"D", kD, Calls::field<&Parser::OnFieldD>},
 
     {"FF#", kFFn, Calls::fraction},
@@ -49,31 +51,31 @@ constexpr TokenRow kRows[] = {
     {"FM", kFM, Calls::field<&Parser::OnFieldFM>},
     {"FX", kFX, Calls::nothing},
 
-    {"HOURS", kHOURS, Calls::field<&Parser::OnFieldHOURS>},
-    {"HH12", kHH12, Calls::field<&Parser::OnFieldHH12>},
     {"HH24", kHH24, Calls::field<&Parser::OnFieldHH24>},
+    {"HH12", kHH12, Calls::field<&Parser::OnFieldHH12>},
     {"HH", kHH, Calls::field<&Parser::OnFieldHH>},
+    {"HOURS", kHOURS, Calls::field<&Parser::OnFieldHOURS>},
 
-    {"MINUTES", kMINUTES, Calls::field<&Parser::OnFieldMINUTES>},
-    {"MONTH", kMONTH, Calls::name<&Parser::OnFieldMONTH>},
-    {"MIC", kMIC, Calls::field<&Parser::OnFieldMIC>},
-    {"MON", kMON, Calls::name<&Parser::OnFieldMON>},
-    {"MI", kMI, Calls::field<&Parser::OnFieldMI>},
     {"MM", kMM, Calls::field<&Parser::OnFieldMM>},
+    {"MINUTES", kMINUTES, Calls::field<&Parser::OnFieldMINUTES>},
+    {"MIC", kMIC, Calls::field<&Parser::OnFieldMIC>},
+    {"MI", kMI, Calls::field<&Parser::OnFieldMI>},
+    {"MONTH", kMONTH, Calls::name<&Parser::OnFieldMONTH>},
+    {"MON", kMON, Calls::name<&Parser::OnFieldMON>},
     {"MS", kMS, Calls::field<&Parser::OnFieldMS>},
 
     {"PM", kPM, Calls::name<&Parser::OnFieldPM>},
 
     {"Q", kQ, Calls::field<&Parser::OnFieldQ>},
 
-    {"RRRR", kRRRR, Calls::field<&Parser::OnFieldRRRR>},
     {"RM", kRM, Calls::name<&Parser::OnFieldRM>},
+    {"RRRR", kRRRR, Calls::field<&Parser::OnFieldRRRR>},
     {"RR", kRR, Calls::field<&Parser::OnFieldRR>},
 
-    {"SECONDS", kSECONDS, Calls::field<&Parser::OnFieldSECONDS>},
     {"SSSSS", kSSSSS, Calls::field<&Parser::OnFieldSSSSS>},
-    {"SE", kSE, Calls::field<&Parser::OnFieldSE>},
     {"SS", kSS, Calls::field<&Parser::OnFieldSS>},
+    {"SECONDS", kSECONDS, Calls::field<&Parser::OnFieldSECONDS>},
+    {"SE", kSE, Calls::field<&Parser::OnFieldSE>},
 
     {"TZD", kTZD, Calls::field<&Parser::OnFieldTZD>},
     {"TZH", kTZH, Calls::field<&Parser::OnFieldTZH>},
@@ -90,50 +92,66 @@ constexpr TokenRow kRows[] = {
     {"Y", kY, Calls::field<&Parser::OnFieldY>},
 };
 
-constexpr TokenRow kLiteralRow = {"", kLiteral, Calls::literal};
+constexpr bool inOrder() {
+  for (std::size_t i = 1; i < std::size(kRows); ++i) {
+    const std::string_view spelling = kRows[i].spelling;
+    if (spelling.front() < kRows[i - 1].spelling.front()) return false;
+    for (std::size_t before = 0; before < i; ++before) {
+      if (spelling.starts_with(kRows[before].spelling)) return false;
+    }
+  }
+  return true;
+}
+static_assert(inOrder(), "rows stand by first letter, and behind no row that their spelling begins with");
 
-static_assert(std::ranges::is_sorted(kRows,
-                                     [](const TokenRow& a, const TokenRow& b) {
-                                       const char first = a.spelling.front(), second = b.spelling.front();
-                                       return first != second ? first < second : a.spelling.size() > b.spelling.size();
-                                     }),
-              "rows stand by first letter, the longest spelling first");
-
-constexpr std::size_t kLetters = 26;
-
-// Where each letter's rows begin; they end where the next letter's begin.
+// Where each letter's rows begin, by its place in the alphabet; they end where the next letter's begin.
 constexpr auto kFirstRow = [] {
-  std::array<std::uint8_t, kLetters + 1> first{};
-  for (std::size_t letter = 0; letter <= kLetters; ++letter) {
-    first[letter] = static_cast<std::uint8_t>(std::ranges::count_if(
-        kRows, [letter](const TokenRow& row) { return row.spelling.front() < static_cast<char>('A' + letter); }));
+  std::array<const TokenRow*, 'Z' - 'A' + 3> first{};
+  for (std::size_t place = 1; place < first.size(); ++place) {
+    const char letter = static_cast<char>('A' + place - 1);
+    first[place] =
+        std::ranges::find_if(kRows, [letter](const TokenRow& row) { return row.spelling.front() >= letter; });
   }
   return first;
 }();
 
+// Of a letter in either case.
+std::size_t placeInAlphabet(char letter) { return letter & 0x1F; }
+
 constexpr bool isLower(char c) { return c >= 'a' && c <= 'z'; }
 constexpr bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
-constexpr char toUpper(char c) { return isLower(c) ? static_cast<char>(c - 'a' + 'A') : c; }
 
-bool matches(char spelled, char written) {
-  return spelled == '#' ? written >= '1' && written <= '9' : spelled == toUpper(written);
+constexpr std::uint64_t everyByte(std::uint64_t byte) { return byte * kEachByte; }
+
+// Eight letters at once: a byte's high bit says that it is a lower-case letter, whose bit 5 goes.
+std::uint64_t toUpper(std::uint64_t letters) {
+  const std::uint64_t low = letters & everyByte(0x7F);
+  const std::uint64_t fromA = low + everyByte(0x80 - 'a');
+  const std::uint64_t beyondZ = low + everyByte(0x7F - 'z');
+  const std::uint64_t lower = fromA & ~beyondZ & ~letters & everyByte(0x80);
+  return letters ^ (lower >> 2);
 }
 
-bool beginsWith(std::string_view text, std::string_view spelling) {
-  return text.size() >= spelling.size() && std::equal(spelling.begin(), spelling.end(), text.begin(), matches);
+// The first letters of a text in upper case, the first in the lowest byte, and zeros where it ends.
+std::uint64_t firstLetters(std::string_view text) {
+  if (text.size() >= kBlockDigits) return toUpper(loadWord<std::uint64_t>(text.data()));
+  return toUpper(loadFew(text) >> 8 * (kBlockDigits - text.size()));
 }
+
+// Of a text that begins with FF.
+bool isFraction(std::string_view text) { return text.size() > 2 && text[2] >= '1' && text[2] <= '9'; }
 
 }  // namespace
 
-FoundToken firstLiteral(std::string_view text) { return {kLiteralRow, text.substr(0, 1)}; }
+constexpr TokenRow kLiteralRow = {"#", kLiteral, Calls::literal};
 
-FoundToken firstToken(std::string_view text) {
-  const auto letter = static_cast<unsigned char>(toUpper(text.front()) - 'A');
-  if (letter >= kLetters) return firstLiteral(text);
-  for (const TokenRow* row = kRows + kFirstRow[letter]; row != kRows + kFirstRow[letter + 1]; ++row) {
-    if (beginsWith(text, row->spelling)) return {*row, text.substr(0, row->spelling.size())};
+const TokenRow& firstToken(std::string_view text) {
+  const std::size_t place = placeInAlphabet(text.front());
+  const std::uint64_t word = firstLetters(text);
+  for (const TokenRow* row = kFirstRow[place]; row != kFirstRow[place + 1]; ++row) {
+    if ((word & row->mask) == row->word && (row->token != kFFn || isFraction(text))) return *row;
   }
-  return firstLiteral(text);
+  return kLiteralRow;
 }
 
 Parser::Case caseOf(std::string_view letters) {

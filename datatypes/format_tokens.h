@@ -3,6 +3,7 @@
 // The tokens of a format model, and the one way to find them. The longest spelling wins; a character that begins none
 // is a literal. The whole language is the table in format_tokens.cpp.
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -56,10 +57,25 @@ enum class ModelToken : std::uint8_t {
 };
 
 struct TokenRow {
-  std::string_view spelling;  // in upper case; '#' is any digit but 0
-  ModelToken token;
   // Hands the token to a parser. The letters are those of the model, as long as the spelling.
-  void (*call)(DataTypes::TimeFormatParser& parser, std::string_view letters);
+  using Call = void (*)(DataTypes::TimeFormatParser& parser, std::string_view letters);
+
+  constexpr TokenRow(std::string_view spelledSo, ModelToken itsToken, Call itsCall)
+      : spelling(spelledSo), token(itsToken), call(itsCall) {
+    for (std::size_t i = 0; i < spelling.size(); ++i) {
+      if (spelling[i] == kAnyDigit) continue;
+      word |= std::uint64_t{static_cast<unsigned char>(spelling[i])} << 8 * i;
+      mask |= std::uint64_t{0xFF} << 8 * i;
+    }
+  }
+
+  static constexpr char kAnyDigit = '#';  // but 0; it ends a spelling
+
+  std::string_view spelling;  // in upper case, at most eight letters
+  ModelToken token;
+  Call call;
+  std::uint64_t word = 0;  // the spelling's letters, the first in the lowest byte
+  std::uint64_t mask = 0;  // their places
 };
 
 struct FoundToken {
@@ -67,10 +83,13 @@ struct FoundToken {
   std::string_view letters;  // as written in the model
 };
 
-// The token that a text of at least one byte begins with.
-FoundToken firstToken(std::string_view text);
-// The same for text within a quotation.
-FoundToken firstLiteral(std::string_view text);
+// The row of every character that is no token: one of any spelling.
+extern const TokenRow kLiteralRow;
+
+inline bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+// The row of the token that a text begins with; the text has all its letters. REQUIRES: the first is a letter.
+const TokenRow& firstToken(std::string_view text);
 
 // How a name is written, by the letters of its token.
 DataTypes::TimeFormatParser::Case caseOf(std::string_view letters);
@@ -88,9 +107,11 @@ bool scanModel(std::string_view model, int& state, Take take) {
       model.remove_prefix(1);
       continue;
     }
-    const FoundToken found = state == kInQuotation ? firstLiteral(model) : firstToken(model);
-    model.remove_prefix(found.letters.size());
-    if (!take(found)) return false;
+    const bool literal = state == kInQuotation || !isLetter(model.front());
+    const TokenRow& row = literal ? kLiteralRow : firstToken(model);
+    const std::string_view letters(model.data(), row.spelling.size());
+    model.remove_prefix(letters.size());
+    if (!take(FoundToken{row, letters})) return false;
   }
   return true;
 }

@@ -1,7 +1,9 @@
 #include "kyv/time_to_string.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include "datatypes/civil_time.h"
 #include "datatypes/model_printer.h"
@@ -11,6 +13,7 @@ namespace kyv_internal {
 namespace {
 
 constexpr long kMicrosPerSecond = 1'000'000;
+static_assert(sizeof DataTypes::TimestampFields::scratch == kMaxFieldText);
 
 template <class Fields>
 constexpr bool hasFraction = requires(Fields fields) {
@@ -23,6 +26,11 @@ int fractionOf(const Fields& fields) {
   return 0;
 }
 
+template <class Fields>
+WideMicros wideMicros(long value) {
+  return WideMicros{value} * Fields::kMicrosPerUnit;
+}
+
 // Milliseconds since 1970, as the zone library counts them.
 template <class Fields>
 double instantOf(long value) {
@@ -31,8 +39,8 @@ double instantOf(long value) {
 }
 
 // What clocks of a zone show; nothing where the calendar ends. Zones are whole seconds away from UTC.
-std::optional<std::tm> clockOf(long seconds, const std::string& zoneName) {
-  const std::optional<Zone> zone = Zone::open(zoneName.c_str());
+std::optional<std::tm> clockOf(long seconds, const char* zoneName) {
+  const std::optional<Zone> zone = Zone::open(zoneName);
   if (!zone || !hasCalendarYear(seconds)) return std::nullopt;
   const std::optional<ZoneOffset> offset = zone->offsetAt(static_cast<double>(seconds) * 1000);
   return offset ? brokenDownTime(seconds + offset->total() / 1000) : std::nullopt;
@@ -55,6 +63,7 @@ void printValue(long value, const char* format, const char* zone, std::string& o
 
 namespace DataTypes {
 
+using kyv_internal::Number;
 using kyv_internal::Zone;
 using kyv_internal::ZoneOffset;
 using Token = kyv_internal::ModelToken;
@@ -69,29 +78,44 @@ ToStringParser<Fields>::ToStringParser(long& toPrint, const char* zone, std::str
   if constexpr (kyv_internal::hasFraction<Fields>) {
     fields.fraction = static_cast<int>(toPrint % unitsPerSecond * Fields::kMicrosPerUnit);
   }
-  const std::optional<std::tm> clock = kyv_internal::clockOf(toPrint / unitsPerSecond, fields.zone);
+  const std::optional<std::tm> clock = kyv_internal::clockOf(toPrint / unitsPerSecond, zone);
   if (clock) fields.clock = *clock;
   status = clock.has_value();
 }
 
-// Takes what stands in the scratch buffer; null: it could not be printed.
+// Takes what stands in the scratch buffer.
 template <class Fields>
 void ToStringParser<Fields>::append(const char* end) {
-  if (end == nullptr) return refuse();
   fields.output->append(fields.scratch, static_cast<std::size_t>(end - fields.scratch));
 }
 
 template <class Fields>
-void ToStringParser<Fields>::print(Token token, Case letters, char digit) {
-  append(kyv_internal::printField({token, letters, digit, fillMode != 0},
-                                  {fields.clock, kyv_internal::fractionOf(fields), fields.threeDigitFraction},
-                                  fields.scratch));
+void ToStringParser<Fields>::printNumber(Token token) {
+  const Number number = kyv_internal::numberOf(token, fields.clock);
+  append(kyv_internal::printNumber(fillMode != 0 ? kyv_internal::filled(number) : number, fields.scratch));
 }
 
 template <class Fields>
-void ToStringParser<Fields>::printCount(Token token, const ZoneOffset& offset) {
-  const auto micros = kyv_internal::WideMicros{*value} * Fields::kMicrosPerUnit;
-  append(kyv_internal::printZoneField({token, kUpper, 0, fillMode != 0}, micros, offset, fields.scratch));
+void ToStringParser<Fields>::printName(Token token, Case letters) {
+  const std::string_view name = kyv_internal::nameOf(token, letters, fields.clock);
+  const std::size_t blanks = fillMode != 0 ? 0 : kyv_internal::blanksBefore(token, name);
+  append(std::ranges::copy(name, std::fill_n(fields.scratch, blanks, ' ')).out);
+}
+
+template <class Fields>
+void ToStringParser<Fields>::printFraction(Token token, char digit) {
+  const int micros = kyv_internal::fractionOf(fields);
+  const Number whole = fields.threeDigitFraction ? Number{micros % 1000, 3} : Number{micros, 6};
+  const Number number = token == Token::kFFn ? kyv_internal::roundedFraction(micros, digit - '0') : whole;
+  append(fillMode != 0 ? kyv_internal::printTrimmed(number, fields.scratch)
+                       : kyv_internal::printNumber(number, fields.scratch));
+}
+
+template <class Fields>
+void ToStringParser<Fields>::printMicros() {
+  const std::optional<Number> number = kyv_internal::microsOf(kyv_internal::wideMicros<Fields>(*value));
+  if (!number) return refuse();
+  append(kyv_internal::printNumber(fillMode != 0 ? kyv_internal::filled(*number) : *number, fields.scratch));
 }
 
 // Each token makes a zone of its own.
@@ -101,10 +125,22 @@ void ToStringParser<Fields>::printInZone(Token token) {
   const std::optional<ZoneOffset> offset =
       zone ? zone->offsetAt(kyv_internal::instantOf<Fields>(*value)) : std::nullopt;
   if (!offset) return refuse();
-  if (kyv_internal::sourceOf(token) == kyv_internal::FieldSource::kZone) return printCount(token, *offset);
   // A name goes straight to the output: those of some languages take more bytes than the scratch buffer has.
-  *fields.output +=
-      zone->displayName(offset->daylight, token == Token::kTZR ? Zone::NameStyle::kLong : Zone::NameStyle::kShort);
+  if (token == Token::kTZR) {
+    *fields.output += zone->displayName(offset->daylight, Zone::NameStyle::kLong);
+  } else if (token == Token::kTZD) {
+    *fields.output += zone->displayName(offset->daylight, Zone::NameStyle::kShort);
+  } else {
+    printZoneNumber(token, *offset);
+  }
+}
+
+template <class Fields>
+void ToStringParser<Fields>::printZoneNumber(Token token, const ZoneOffset& offset) {
+  const std::optional<Number> number =
+      kyv_internal::zoneNumberOf(token, kyv_internal::wideMicros<Fields>(*value), offset);
+  if (!number) return refuse();
+  append(kyv_internal::printNumber(*number, fields.scratch));
 }
 
 // --- The operations, one line each, in the order of the virtual table -----------------------------------------------
@@ -112,41 +148,41 @@ void ToStringParser<Fields>::printInZone(Token token) {
 // clang-format off
 template <class F> bool ToStringParser<F>::IsDone() { return true; }
 template <class F> void ToStringParser<F>::OnChar(char c) { fields.output->push_back(c); }
-template <class F> void ToStringParser<F>::OnFieldAM(Case letters) { print(Token::kAM, letters); }
-template <class F> void ToStringParser<F>::OnFieldPM(Case letters) { print(Token::kPM, letters); }
-template <class F> void ToStringParser<F>::OnFieldD() { print(Token::kD); }
-template <class F> void ToStringParser<F>::OnFieldDD() { print(Token::kDD); }
-template <class F> void ToStringParser<F>::OnFieldDDD() { print(Token::kDDD); }
-template <class F> void ToStringParser<F>::OnFieldDAY(Case letters) { print(Token::kDAY, letters); }
-template <class F> void ToStringParser<F>::OnFieldDY(Case letters) { print(Token::kDY, letters); }
-template <class F> void ToStringParser<F>::OnFieldHH() { print(Token::kHH); }
-template <class F> void ToStringParser<F>::OnFieldHH12() { print(Token::kHH12); }
-template <class F> void ToStringParser<F>::OnFieldHH24() { print(Token::kHH24); }
-template <class F> void ToStringParser<F>::OnFieldMI() { print(Token::kMI); }
-template <class F> void ToStringParser<F>::OnFieldMIC() { printCount(Token::kMIC, {}); }
-template <class F> void ToStringParser<F>::OnFieldMM() { print(Token::kMM); }
-template <class F> void ToStringParser<F>::OnFieldMON(Case letters) { print(Token::kMON, letters); }
-template <class F> void ToStringParser<F>::OnFieldMONTH(Case letters) { print(Token::kMONTH, letters); }
+template <class F> void ToStringParser<F>::OnFieldAM(Case letters) { printName(Token::kAM, letters); }
+template <class F> void ToStringParser<F>::OnFieldPM(Case letters) { printName(Token::kPM, letters); }
+template <class F> void ToStringParser<F>::OnFieldD() { printNumber(Token::kD); }
+template <class F> void ToStringParser<F>::OnFieldDD() { printNumber(Token::kDD); }
+template <class F> void ToStringParser<F>::OnFieldDDD() { printNumber(Token::kDDD); }
+template <class F> void ToStringParser<F>::OnFieldDAY(Case letters) { printName(Token::kDAY, letters); }
+template <class F> void ToStringParser<F>::OnFieldDY(Case letters) { printName(Token::kDY, letters); }
+template <class F> void ToStringParser<F>::OnFieldHH() { printNumber(Token::kHH); }
+template <class F> void ToStringParser<F>::OnFieldHH12() { printNumber(Token::kHH12); }
+template <class F> void ToStringParser<F>::OnFieldHH24() { printNumber(Token::kHH24); }
+template <class F> void ToStringParser<F>::OnFieldMI() { printNumber(Token::kMI); }
+template <class F> void ToStringParser<F>::OnFieldMIC() { printMicros(); }
+template <class F> void ToStringParser<F>::OnFieldMM() { printNumber(Token::kMM); }
+template <class F> void ToStringParser<F>::OnFieldMON(Case letters) { printName(Token::kMON, letters); }
+template <class F> void ToStringParser<F>::OnFieldMONTH(Case letters) { printName(Token::kMONTH, letters); }
 template <class F> void ToStringParser<F>::OnFieldMS() { printInZone(Token::kMS); }
-template <class F> void ToStringParser<F>::OnFieldRM(Case letters) { print(Token::kRM, letters); }
-template <class F> void ToStringParser<F>::OnFieldQ() { print(Token::kQ); }
-template <class F> void ToStringParser<F>::OnFieldSS() { print(Token::kSS); }
+template <class F> void ToStringParser<F>::OnFieldRM(Case letters) { printName(Token::kRM, letters); }
+template <class F> void ToStringParser<F>::OnFieldQ() { printNumber(Token::kQ); }
+template <class F> void ToStringParser<F>::OnFieldSS() { printNumber(Token::kSS); }
 template <class F> void ToStringParser<F>::OnFieldSE() { printInZone(Token::kSE); }
-template <class F> void ToStringParser<F>::OnFieldFF() { print(Token::kFF); }
-template <class F> void ToStringParser<F>::OnFieldFFn(char digit) { print(Token::kFFn, kCapitalised, digit); }
-template <class F> void ToStringParser<F>::OnFieldSSSSS() { print(Token::kSSSSS); }
+template <class F> void ToStringParser<F>::OnFieldFF() { printFraction(Token::kFF); }
+template <class F> void ToStringParser<F>::OnFieldFFn(char digit) { printFraction(Token::kFFn, digit); }
+template <class F> void ToStringParser<F>::OnFieldSSSSS() { printNumber(Token::kSSSSS); }
 template <class F> void ToStringParser<F>::OnFieldTZD() { printInZone(Token::kTZD); }
 template <class F> void ToStringParser<F>::OnFieldTZH() { printInZone(Token::kTZH); }
 template <class F> void ToStringParser<F>::OnFieldTZM() { printInZone(Token::kTZM); }
 template <class F> void ToStringParser<F>::OnFieldTZR() { printInZone(Token::kTZR); }
-template <class F> void ToStringParser<F>::OnFieldW() { print(Token::kW); }
-template <class F> void ToStringParser<F>::OnFieldWW() { print(Token::kWW); }
+template <class F> void ToStringParser<F>::OnFieldW() { printNumber(Token::kW); }
+template <class F> void ToStringParser<F>::OnFieldWW() { printNumber(Token::kWW); }
 template <class F> void ToStringParser<F>::OnFieldRR() { refuse(); }
 template <class F> void ToStringParser<F>::OnFieldRRRR() { refuse(); }
-template <class F> void ToStringParser<F>::OnFieldY() { print(Token::kY); }
-template <class F> void ToStringParser<F>::OnFieldYY() { print(Token::kYY); }
-template <class F> void ToStringParser<F>::OnFieldYYY() { print(Token::kYYY); }
-template <class F> void ToStringParser<F>::OnFieldYYYY() { print(Token::kYYYY); }
+template <class F> void ToStringParser<F>::OnFieldY() { printNumber(Token::kY); }
+template <class F> void ToStringParser<F>::OnFieldYY() { printNumber(Token::kYY); }
+template <class F> void ToStringParser<F>::OnFieldYYY() { printNumber(Token::kYYY); }
+template <class F> void ToStringParser<F>::OnFieldYYYY() { printNumber(Token::kYYYY); }
 template <class F> void ToStringParser<F>::OnFieldDAYS() { refuse(); }
 template <class F> void ToStringParser<F>::OnFieldHOURS() { refuse(); }
 template <class F> void ToStringParser<F>::OnFieldMINUTES() { refuse(); }

@@ -10,7 +10,7 @@
 namespace kyv_internal {
 namespace {
 
-constexpr std::string_view kUtc = "UTC";
+constexpr char kUtc[] = "UTC";  // and its end
 
 // What ICU calls a zone that it does not know.
 constexpr std::string_view kUnknownZone = "Etc/Unknown";
@@ -21,6 +21,14 @@ constexpr std::size_t kLongestName = 255;
 // The instants that ICU has a calendar for: the first and the last day of its years, in milliseconds.
 constexpr double kFirstInstant = -184303902528000000.0;
 constexpr double kLastInstant = 183882168921600000.0;
+
+bool isUtc(const char* name) {
+  if (name == nullptr || *name == '\0') return true;
+  for (const char c : kUtc) {
+    if (*name++ != c) return false;
+  }
+  return true;
+}
 
 std::string utf8(const icu::UnicodeString& text) {
   std::string out;
@@ -53,7 +61,7 @@ Zone::RulesPtr Zone::rulesOf(std::string_view name) {
 }
 
 std::optional<Zone> Zone::open(const char* name) {
-  if (name == nullptr || *name == '\0' || name == kUtc) return Zone();
+  if (isUtc(name)) return Zone();
   Zone zone;
   zone.rules_ = rulesOf(name);
   if (zone.rules_ == nullptr) return std::nullopt;
@@ -64,8 +72,7 @@ std::optional<Zone> Zone::open(const char* name) {
 
 std::string Zone::id() const { return rules_ != nullptr ? idOf(*rules_->zone) : std::string(kUtc); }
 
-std::optional<ZoneOffset> Zone::offsetAt(double millis) const {
-  if (rules_ == nullptr) return ZoneOffset{0, 0, false};
+std::optional<ZoneOffset> Zone::offsetByRules(double millis) const {
   UErrorCode error = U_ZERO_ERROR;
   const bool daylight = rules_->zone->inDaylightTime(std::clamp(millis, kFirstInstant, kLastInstant), error) != 0;
   if (U_FAILURE(error)) return std::nullopt;
@@ -75,7 +82,7 @@ std::optional<ZoneOffset> Zone::offsetAt(double millis) const {
 std::string Zone::displayName(bool daylight, NameStyle style) const {
   const RulesPtr utc = rules_ == nullptr ? rulesOf(kUtc) : nullptr;
   const Rules* const rules = rules_ != nullptr ? rules_.get() : utc.get();
-  if (rules == nullptr) return std::string(kUtc);
+  if (rules == nullptr) return kUtc;
   icu::UnicodeString name;
   rules->zone->getDisplayName(daylight, style == NameStyle::kLong ? icu::TimeZone::LONG : icu::TimeZone::SHORT, name);
   return utf8(name);
@@ -88,7 +95,7 @@ namespace DataTypes {
 using kyv_internal::Zone;
 
 bool isValidTimezone(const char* name) {
-  if (name == nullptr || *name == '\0') return true;
+  if (kyv_internal::isUtc(name)) return true;
   const std::optional<Zone> zone = Zone::open(name);
   return zone && zone->id() == name;
 }

@@ -39,7 +39,9 @@ class Zone {
 
   // At an instant in milliseconds since 1970 UTC; nothing when ICU reports an error. Instants that are millions of
   // years away have the offset of the last one that ICU can tell.
-  [[nodiscard]] std::optional<ZoneOffset> offsetAt(double millis) const;
+  [[nodiscard]] std::optional<ZoneOffset> offsetAt(double millis) const {
+    return rules_ == nullptr ? ZoneOffset{0, 0, false} : offsetByRules(millis);
+  }
 
   // The name for people, in the process's default locale, as UTF-8.
   std::string displayName(bool daylight, NameStyle style) const;
@@ -52,6 +54,7 @@ class Zone {
   using RulesPtr = std::unique_ptr<Rules, DeleteRules>;
 
   static RulesPtr rulesOf(std::string_view name);
+  std::optional<ZoneOffset> offsetByRules(double millis) const;
 
   RulesPtr rules_;  // null: UTC
   std::int32_t rawOffset_ = 0;
