@@ -23,6 +23,8 @@ row of a pool, 2 threads|3
 text to date|5
 text to timestamp|5
 timestamp to text|8
+timestamp by model|1
+timestamp by model, ICU|5
 text to float|3
 text to integer|2.5
 float to text, 6 places|4
@@ -38,8 +40,8 @@ max_peak_kilobytes=65536
 
 build() {
   cmake --preset release >/dev/null
-  cmake --build --preset release --target kyv pool_benchmark record_benchmark row_benchmark text_benchmark \
-    make_trades getline_convert getline_print measure_run >/dev/null
+  cmake --build --preset release --target kyv model_benchmark pool_benchmark record_benchmark row_benchmark \
+    text_benchmark make_trades getline_convert getline_print measure_run >/dev/null
 }
 
 bin=build/release/benchmarks
@@ -58,7 +60,7 @@ best() {
 # Processor nanoseconds an item. The list of names comes first, with measures that never are the best, for the order.
 micro_benchmarks() {
   local program
-  for program in row_benchmark record_benchmark pool_benchmark text_benchmark; do
+  for program in row_benchmark record_benchmark pool_benchmark text_benchmark model_benchmark; do
     "$bin/$program" --benchmark_list_tests=true | sed -E 's#^([^/]*)/(kyv|peer).*#\1|\2|1e9#'
     "$bin/$program" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
       --benchmark_enable_random_interleaving=true --benchmark_min_time=0.05 2>/dev/null |

@@ -145,6 +145,8 @@ bool isFraction(std::string_view text) { return text.size() > 2 && text[2] >= '1
 
 constexpr TokenRow kLiteralRow = {"#", kLiteral, Calls::literal};
 
+std::span<const TokenRow> tokenRows() { return kRows; }
+
 const TokenRow& firstToken(std::string_view text) {
   const std::size_t place = placeInAlphabet(text.front());
   const std::uint64_t word = firstLetters(text);

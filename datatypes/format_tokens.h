@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "kyv/time_format_parser.h"
@@ -77,6 +78,9 @@ struct TokenRow {
   std::uint64_t word = 0;  // the spelling's letters, the first in the lowest byte
   std::uint64_t mask = 0;  // their places
 };
+
+// All spellings, of which "TZ" alone is a literal.
+std::span<const TokenRow> tokenRows();
 
 struct FoundToken {
   const TokenRow& row;

@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <string_view>
 
+#include "datatypes/civil_time.h"
 #include "datatypes/time_name_tables.h"
 
 namespace kyv_internal {
@@ -50,6 +52,13 @@ FieldSource sourceOf(ModelToken token) {
   }
 }
 
+// Zones are whole seconds away from UTC.
+std::optional<std::tm> clockOf(std::int64_t seconds, const Zone& zone) {
+  if (!hasCalendarYear(seconds)) return std::nullopt;
+  const std::optional<ZoneOffset> offset = zone.offsetAt(static_cast<double>(seconds) * 1000);
+  return offset ? brokenDownTime(seconds + offset->total() / 1000) : std::nullopt;
+}
+
 // --- Numbers --------------------------------------------------------------------------------------------------------
 
 namespace {
@@ -76,6 +85,8 @@ char* printWideNumber(Number number, char* out) {
 
 // --- Names ----------------------------------------------------------------------------------------------------------
 
+namespace {
+
 std::string_view nameOf(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock) {
   const bool ofTheDay = token == kAM || token == kPM;
   const bool ofTheWeek = token == kDAY || token == kDY;
@@ -83,10 +94,15 @@ std::string_view nameOf(ModelToken token, DataTypes::TimeFormatParser::Case lett
   return namesOf(token, letters)[static_cast<std::size_t>(index)].view();
 }
 
+}  // namespace
+
 // Required as is: of all names only those of months are padded, and on their left.
-std::size_t blanksBefore(ModelToken token, std::string_view name) {
+char* printName(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock, Padding padding,
+                char* out) {
   constexpr std::size_t kMonthWidth = 9;
-  return token == kMONTH ? kMonthWidth - name.size() : 0;
+  const std::string_view name = nameOf(token, letters, clock);
+  if (token == kMONTH && padding == Padding::kFull) out = std::fill_n(out, kMonthWidth - name.size(), ' ');
+  return std::ranges::copy(name, out).out;
 }
 
 // --- Fractions ------------------------------------------------------------------------------------------------------
@@ -108,10 +124,10 @@ Number roundedFraction(std::int32_t micros, int digits) {
   return {rounded / kScales[kMicroDigits - digits], digits};
 }
 
-// Required as is: a fraction loses the zeros of both its ends, so 1000 microseconds print as "1".
-char* printTrimmed(Number number, char* out) {
-  char* end = printNumber(filled(number), out);
-  while (end - out > 1 && end[-1] == '0') --end;
+// Required as is: in fill mode a fraction loses the zeros of both its ends, so 1000 microseconds print as "1".
+char* printFraction(Number number, Padding padding, char* out) {
+  char* end = printNumber(number, padding, out);
+  while (padding == Padding::kFill && end - out > 1 && end[-1] == '0') --end;
   return end;
 }
 

@@ -22,7 +22,7 @@ inline constexpr std::size_t kMaxFieldText = 64;
 enum class FieldSource : std::uint8_t {
   kNone,      // it has none: a literal, a mode, or what cannot be printed
   kNumber,    // numberOf
-  kName,      // nameOf
+  kName,      // printName
   kFraction,  // FF is the fraction in six digits, FFn roundedFraction
   kMicros,    // microsOf
   kZone,      // zoneNumberOf
@@ -30,6 +30,38 @@ enum class FieldSource : std::uint8_t {
 };
 
 FieldSource sourceOf(ModelToken token);
+
+// --- A value taken apart --------------------------------------------------------------------------------------------
+
+// Microseconds since 1970 of any 64-bit value in any unit.
+using WideMicros = __int128;
+
+// Values count units of so many microseconds: 1, 1000 or 1000000.
+inline WideMicros wideMicros(std::int64_t value, std::int64_t microsPerUnit) {
+  return WideMicros{value} * microsPerUnit;
+}
+
+struct SplitValue {
+  std::int64_t seconds;
+  std::int32_t micros;
+};
+
+// Required as is: the seconds are those nearer to 1970, and the microseconds have the value's sign.
+inline SplitValue splitValue(std::int64_t value, std::int64_t microsPerUnit) {
+  const std::int64_t unitsPerSecond = 1'000'000 / microsPerUnit;
+  return {value / unitsPerSecond, static_cast<std::int32_t>(value % unitsPerSecond * microsPerUnit)};
+}
+
+// Milliseconds since 1970, as zones count them.
+inline double instantOf(std::int64_t value, std::int64_t microsPerUnit) {
+  if (microsPerUnit < 1000) return static_cast<double>(value / (1000 / microsPerUnit));
+  return static_cast<double>(value) * static_cast<double>(microsPerUnit / 1000);
+}
+
+// What clocks of a zone show; nothing where the calendar ends, or when ICU reports an error.
+[[nodiscard]] std::optional<std::tm> clockOf(std::int64_t seconds, const Zone& zone);
+
+// --- Numbers --------------------------------------------------------------------------------------------------------
 
 // A number and the characters that it takes at least: zeros fill it up behind its sign, as in C's "%04d".
 struct Number {
@@ -79,25 +111,18 @@ inline Number numberOf(ModelToken token, const std::tm& clock) {
   }
 }
 
-// Of a token whose source is the name, and the blanks that stand before it unless in fill mode.
-std::string_view nameOf(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock);
-std::size_t blanksBefore(ModelToken token, std::string_view name);
-
 // A fraction of microseconds in 1 to 9 digits.
 Number roundedFraction(std::int32_t micros, int digits);
-
-// Microseconds since 1970 of any 64-bit value in any unit.
-using WideMicros = __int128;
 
 // Nothing where a count does not fit in 64 bits.
 [[nodiscard]] std::optional<Number> microsOf(WideMicros micros);
 // Of a token whose source is the zone. Fill mode has no effect on it.
 [[nodiscard]] std::optional<Number> zoneNumberOf(ModelToken token, WideMicros micros, const ZoneOffset& offset);
 
-// The same number without zeros before it, as in fill mode.
-inline Number filled(Number number) { return {number.value, 0}; }
+// --- Texts. Each function returns the end of what it writes. --------------------------------------------------------
 
-// Both return the end of the text.
+// In fill mode nothing is padded, and fractions lose their zeros.
+enum class Padding : std::uint8_t { kFull, kFill };
 
 char* printWideNumber(Number number, char* out);
 
@@ -106,7 +131,14 @@ inline char* printNumber(Number number, char* out) {
   return twoDigits ? printTwoDigits(static_cast<unsigned int>(number.value), out) : printWideNumber(number, out);
 }
 
-// A fraction in fill mode: without zeros at either end.
-char* printTrimmed(Number number, char* out);
+inline char* printNumber(Number number, Padding padding, char* out) {
+  return printNumber(padding == Padding::kFill ? Number{number.value, 0} : number, out);
+}
+
+char* printFraction(Number number, Padding padding, char* out);
+
+// Of a token whose source is the name.
+char* printName(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock, Padding padding,
+                char* out);
 
 }  // namespace kyv_internal

@@ -1,50 +1,17 @@
 #include "kyv/time_to_string.h"
 
-#include <algorithm>
 #include <cstring>
 #include <optional>
-#include <string_view>
 
-#include "datatypes/civil_time.h"
 #include "datatypes/model_printer.h"
 #include "datatypes/time_zone.h"
 
 namespace kyv_internal {
 namespace {
 
-constexpr long kMicrosPerSecond = 1'000'000;
 static_assert(sizeof DataTypes::TimestampFields::scratch == kMaxFieldText);
 
-template <class Fields>
-constexpr bool hasFraction = requires(Fields fields) {
-  fields.fraction;
-};
-
-template <class Fields>
-int fractionOf(const Fields& fields) {
-  if constexpr (hasFraction<Fields>) return fields.fraction;
-  return 0;
-}
-
-template <class Fields>
-WideMicros wideMicros(long value) {
-  return WideMicros{value} * Fields::kMicrosPerUnit;
-}
-
-// Milliseconds since 1970, as the zone library counts them.
-template <class Fields>
-double instantOf(long value) {
-  if constexpr (Fields::kMicrosPerUnit < 1000) return static_cast<double>(value / (1000 / Fields::kMicrosPerUnit));
-  return static_cast<double>(value) * (Fields::kMicrosPerUnit / 1000);
-}
-
-// What clocks of a zone show; nothing where the calendar ends. Zones are whole seconds away from UTC.
-std::optional<std::tm> clockOf(long seconds, const char* zoneName) {
-  const std::optional<Zone> zone = Zone::open(zoneName);
-  if (!zone || !hasCalendarYear(seconds)) return std::nullopt;
-  const std::optional<ZoneOffset> offset = zone->offsetAt(static_cast<double>(seconds) * 1000);
-  return offset ? brokenDownTime(seconds + offset->total() / 1000) : std::nullopt;
-}
+Padding paddingOf(int fillMode) { return fillMode != 0 ? Padding::kFill : Padding::kFull; }
 
 template <class Parser>
 void printValue(long value, const char* format, const char* zone, std::string& out) {
@@ -64,21 +31,20 @@ void printValue(long value, const char* format, const char* zone, std::string& o
 namespace DataTypes {
 
 using kyv_internal::Number;
+using kyv_internal::paddingOf;
 using kyv_internal::Zone;
 using kyv_internal::ZoneOffset;
 using Token = kyv_internal::ModelToken;
 
-// Required as is: the fraction keeps the value's sign, and the seconds are those nearer to 1970.
 template <class Fields>
-ToStringParser<Fields>::ToStringParser(long& toPrint, const char* zone, std::string& output) {
-  constexpr long unitsPerSecond = kyv_internal::kMicrosPerSecond / Fields::kMicrosPerUnit;
+ToStringParser<Fields>::ToStringParser(long& toPrint, const char* zoneName, std::string& output) {
+  const auto [seconds, micros] = kyv_internal::splitValue(toPrint, Fields::kMicrosPerUnit);
   value = &toPrint;
   fields.output = &output;
-  fields.zone = zone != nullptr ? zone : "UTC";
-  if constexpr (kyv_internal::hasFraction<Fields>) {
-    fields.fraction = static_cast<int>(toPrint % unitsPerSecond * Fields::kMicrosPerUnit);
-  }
-  const std::optional<std::tm> clock = kyv_internal::clockOf(toPrint / unitsPerSecond, zone);
+  fields.zone = zoneName != nullptr ? zoneName : "UTC";
+  if constexpr (requires { fields.fraction; }) fields.fraction = micros;
+  const std::optional<Zone> zone = Zone::open(zoneName);
+  const std::optional<std::tm> clock = zone ? kyv_internal::clockOf(seconds, *zone) : std::nullopt;
   if (clock) fields.clock = *clock;
   status = clock.has_value();
 }
@@ -91,39 +57,36 @@ void ToStringParser<Fields>::append(const char* end) {
 
 template <class Fields>
 void ToStringParser<Fields>::printNumber(Token token) {
-  const Number number = kyv_internal::numberOf(token, fields.clock);
-  append(kyv_internal::printNumber(fillMode != 0 ? kyv_internal::filled(number) : number, fields.scratch));
+  append(kyv_internal::printNumber(kyv_internal::numberOf(token, fields.clock), paddingOf(fillMode), fields.scratch));
 }
 
 template <class Fields>
 void ToStringParser<Fields>::printName(Token token, Case letters) {
-  const std::string_view name = kyv_internal::nameOf(token, letters, fields.clock);
-  const std::size_t blanks = fillMode != 0 ? 0 : kyv_internal::blanksBefore(token, name);
-  append(std::ranges::copy(name, std::fill_n(fields.scratch, blanks, ' ')).out);
+  append(kyv_internal::printName(token, letters, fields.clock, paddingOf(fillMode), fields.scratch));
 }
 
 template <class Fields>
 void ToStringParser<Fields>::printFraction(Token token, char digit) {
-  const int micros = kyv_internal::fractionOf(fields);
+  int micros = 0;
+  if constexpr (requires { fields.fraction; }) micros = fields.fraction;
   const Number whole = fields.threeDigitFraction ? Number{micros % 1000, 3} : Number{micros, 6};
   const Number number = token == Token::kFFn ? kyv_internal::roundedFraction(micros, digit - '0') : whole;
-  append(fillMode != 0 ? kyv_internal::printTrimmed(number, fields.scratch)
-                       : kyv_internal::printNumber(number, fields.scratch));
+  append(kyv_internal::printFraction(number, paddingOf(fillMode), fields.scratch));
 }
 
 template <class Fields>
 void ToStringParser<Fields>::printMicros() {
-  const std::optional<Number> number = kyv_internal::microsOf(kyv_internal::wideMicros<Fields>(*value));
+  const auto number = kyv_internal::microsOf(kyv_internal::wideMicros(*value, Fields::kMicrosPerUnit));
   if (!number) return refuse();
-  append(kyv_internal::printNumber(fillMode != 0 ? kyv_internal::filled(*number) : *number, fields.scratch));
+  append(kyv_internal::printNumber(*number, paddingOf(fillMode), fields.scratch));
 }
 
 // Each token makes a zone of its own.
 template <class Fields>
 void ToStringParser<Fields>::printInZone(Token token) {
   const std::optional<Zone> zone = Zone::open(fields.zone.c_str());
-  const std::optional<ZoneOffset> offset =
-      zone ? zone->offsetAt(kyv_internal::instantOf<Fields>(*value)) : std::nullopt;
+  const double instant = kyv_internal::instantOf(*value, Fields::kMicrosPerUnit);
+  const std::optional<ZoneOffset> offset = zone ? zone->offsetAt(instant) : std::nullopt;
   if (!offset) return refuse();
   // A name goes straight to the output: those of some languages take more bytes than the scratch buffer has.
   if (token == Token::kTZR) {
@@ -137,8 +100,8 @@ void ToStringParser<Fields>::printInZone(Token token) {
 
 template <class Fields>
 void ToStringParser<Fields>::printZoneNumber(Token token, const ZoneOffset& offset) {
-  const std::optional<Number> number =
-      kyv_internal::zoneNumberOf(token, kyv_internal::wideMicros<Fields>(*value), offset);
+  const auto micros = kyv_internal::wideMicros(*value, Fields::kMicrosPerUnit);
+  const std::optional<Number> number = kyv_internal::zoneNumberOf(token, micros, offset);
   if (!number) return refuse();
   append(kyv_internal::printNumber(*number, fields.scratch));
 }

@@ -81,7 +81,7 @@ class KYV_EXPORT ToStringParser final : public TimeFormatParser {
  public:
   // Takes the value apart for the zone (null or empty: UTC). Both `toPrint` and `output` outlive the parser. Clears
   // `status` when ICU does not know the zone or the calendar does not reach to the date.
-  ToStringParser(long& toPrint, const char* zone, std::string& output);
+  ToStringParser(long& toPrint, const char* zoneName, std::string& output);
 
   bool IsDone() override;
   void OnChar(char c) override;

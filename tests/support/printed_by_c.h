@@ -1,7 +1,7 @@
 #pragma once
 
-// What a format model prints for a value in UTC, put together by the C library: gmtime_r and a printf format for each
-// number. A slow twin of the library's own way.
+// What a format model prints, put together by the C library: gmtime_r and a printf format for each number. A slow twin
+// of the library's own way.
 
 #include <algorithm>
 #include <cctype>
@@ -14,24 +14,30 @@
 #include <string_view>
 
 #include "datatypes/format_tokens.h"
+#include "kyv/time_to_string.h"
 
 namespace kyv_test {
 
 using kyv_internal::ModelToken;
 
 struct CTime {
-  std::tm clock;
-  int fraction;      // microseconds
-  long long micros;  // since 1970
+  std::tm clock;  // what clocks of the zone show
+  int fraction;   // microseconds
+  long micros;    // since 1970
+  long shifted;   // to what clocks of the zone show
 };
 
-// Nothing where the C library's calendar or 64-bit microseconds end.
-inline std::optional<CTime> timeByC(long value, long microsPerUnit) {
+// Nothing for an unknown zone, and where the C library's calendar or 64-bit microseconds end.
+inline std::optional<CTime> timeByC(long value, long microsPerUnit, const char* zone) {
   const long units = 1'000'000 / microsPerUnit;
+  const long seconds = value / units;
   CTime time{};
-  const std::time_t seconds = value / units;
+  long wall = 0;
   if (__builtin_mul_overflow(value, microsPerUnit, &time.micros)) return std::nullopt;
-  if (gmtime_r(&seconds, &time.clock) == nullptr) return std::nullopt;
+  if (!DataTypes::toTimeZone(seconds * 1'000'000, "UTC", zone, wall)) return std::nullopt;
+  if (!DataTypes::toTimeZone(time.micros, "UTC", zone, time.shifted)) return std::nullopt;
+  const std::time_t wallSeconds = wall / 1'000'000;
+  if (gmtime_r(&wallSeconds, &time.clock) == nullptr) return std::nullopt;
   time.fraction = static_cast<int>(value % units * microsPerUnit);
   return time;
 }
@@ -81,7 +87,7 @@ inline constexpr NumberFormat kNumberFormats[] = {
     {ModelToken::kSS, "%02lld", [](const CTime& t) { return t.clock.tm_sec + 0LL; }},
     {ModelToken::kSSSSS, "%05lld",
      [](const CTime& t) { return t.clock.tm_hour * 3600LL + t.clock.tm_min * 60 + t.clock.tm_sec; }},
-    {ModelToken::kMIC, "%016lld", [](const CTime& t) { return t.micros; }},
+    {ModelToken::kMIC, "%016lld", [](const CTime& t) { return t.micros + 0LL; }},
 };
 
 // The tokens whose text is strftime's in some case.
@@ -121,9 +127,9 @@ inline std::optional<std::string> fieldByC(const kyv_internal::FoundToken& found
     case kLiteral:
       return std::string(found.letters.substr(0, 1));
     case kMS:
-      return printfText("%lld", time.micros / 1000);
+      return printfText("%ld", time.shifted / 1000);
     case kSE:
-      return printfText("%lld", time.micros / 1'000'000);
+      return printfText("%ld", time.shifted / 1'000'000);
     case kFF:
       return fill ? withoutZeros(printfText("%d", time.fraction)) : printfText("%06d", time.fraction);
     case kFFn: {
