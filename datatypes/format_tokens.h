@@ -90,7 +90,8 @@ struct FoundToken {
 // The row of every character that is no token: one of any spelling.
 extern const TokenRow kLiteralRow;
 
-inline bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+// Letters do.
+inline bool mayBeginToken(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
 // The row of the token that a text begins with; the text has all its letters. REQUIRES: the first is a letter.
 const TokenRow& firstToken(std::string_view text);
@@ -111,7 +112,7 @@ bool scanModel(std::string_view model, int& state, Take take) {
       model.remove_prefix(1);
       continue;
     }
-    const bool literal = state == kInQuotation || !isLetter(model.front());
+    const bool literal = state == kInQuotation || !mayBeginToken(model.front());
     const TokenRow& row = literal ? kLiteralRow : firstToken(model);
     const std::string_view letters(model.data(), row.spelling.size());
     model.remove_prefix(letters.size());

@@ -54,8 +54,10 @@ inline SplitValue splitValue(std::int64_t value, std::int64_t microsPerUnit) {
 
 // Milliseconds since 1970, as zones count them.
 inline double instantOf(std::int64_t value, std::int64_t microsPerUnit) {
-  if (microsPerUnit < 1000) return static_cast<double>(value / (1000 / microsPerUnit));
-  return static_cast<double>(value) * static_cast<double>(microsPerUnit / 1000);
+  const std::int64_t unitsPerMilli = microsPerUnit < 1000 ? 1000 / microsPerUnit : 1;
+  const std::int64_t millisPerUnit = microsPerUnit < 1000 ? 1 : microsPerUnit / 1000;
+  const std::int64_t whole = value / unitsPerMilli;
+  return static_cast<double>(whole) * static_cast<double>(millisPerUnit);
 }
 
 // What clocks of a zone show; nothing where the calendar ends, or when ICU reports an error.

@@ -57,7 +57,8 @@ void Zone::DeleteRules::operator()(Rules* rules) const { delete rules; }
 Zone::RulesPtr Zone::rulesOf(std::string_view name) {
   if (name.size() > kLongestName) return nullptr;
   RulesPtr rules(new Rules{std::unique_ptr<const icu::TimeZone>(icu::TimeZone::createTimeZone(unicode(name)))});
-  return rules->zone != nullptr && idOf(*rules->zone) != kUnknownZone ? std::move(rules) : nullptr;
+  if (rules->zone == nullptr || idOf(*rules->zone) == kUnknownZone) rules.reset();
+  return rules;
 }
 
 std::optional<Zone> Zone::open(const char* name) {
@@ -84,7 +85,8 @@ std::string Zone::displayName(bool daylight, NameStyle style) const {
   const Rules* const rules = rules_ != nullptr ? rules_.get() : utc.get();
   if (rules == nullptr) return kUtc;
   icu::UnicodeString name;
-  rules->zone->getDisplayName(daylight, style == NameStyle::kLong ? icu::TimeZone::LONG : icu::TimeZone::SHORT, name);
+  const auto length = style == NameStyle::kLong ? icu::TimeZone::LONG : icu::TimeZone::SHORT;
+  rules->zone->getDisplayName(static_cast<UBool>(daylight), length, name);
   return utf8(name);
 }
 
