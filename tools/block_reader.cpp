@@ -52,6 +52,7 @@ bool BlockReader::nextRecords(Block& block) {
     const std::string_view text = block.text();
     const std::size_t whole = framing_.wholeRecords(text);
     if (whole == Framing::kBroken) {
+      ended_ = true;  // whatever else the source has
       cut(block, text.size(), BlockKind::kBroken);
       return true;
     }

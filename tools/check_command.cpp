@@ -65,11 +65,7 @@ class CheckRun {
     BlockReader reader(input_, framing, std::numeric_limits<std::size_t>::max());
     Block block;
     while (!isFull() && reader.next(block)) {
-      if (block.kind != BlockKind::kRecords) {
-        takeRest(block, progress);
-        return true;
-      }
-      takeRecords(block, progress);
+      block.kind == BlockKind::kRecords ? takeRecords(block, progress) : takeRest(block, progress);
       progress.update(summary_.bytes, summary_.read);
     }
     return !reader.failed();

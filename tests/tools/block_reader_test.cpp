@@ -183,6 +183,7 @@ TEST(BlockReader, FollowsTheLengthsOfRecords) {
     while (sizes.size() < row.sizes.size() && reader.next(block)) sizes.push_back(block.text().size());
     EXPECT_EQ(sizes, row.sizes) << row.what;
     EXPECT_EQ(block.kind, row.last) << row.what;
+    EXPECT_FALSE(reader.next(block)) << row.what << ", whatever else the source has";
   }
 }
 
