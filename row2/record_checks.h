@@ -65,10 +65,10 @@ inline bool checkString(const void* record, const RecordHeader& header, std::siz
 // `bool value(index, extent)`. False ends the walk.
 template <WordOrder order, class Visitor>
 bool walkTable(const void* record, const RecordHeader& header, RecordFault fault, const Visitor& visitor) {
-  const std::size_t entries = header.entries();
-  std::int32_t known = header.payload() - 1;  // the last known offset
-  std::size_t open = entries;                 // whose value begins there; nobody's in the beginning
-  for (std::size_t i = 0; i < entries; ++i) {
+  const std::size_t atEnd = header.entries();  // where the table has the end of data
+  std::int32_t known = header.payload() - 1;   // the last known offset
+  std::size_t open = atEnd;                    // whose value begins there; nobody's in the beginning
+  for (std::size_t i = 0; i < atEnd; ++i) {
     const std::int32_t entry = tableEntryIn<order>(record, i);
     if (entry <= 0) {
       if (!visitor.absent(i, entry)) return false;
@@ -76,14 +76,14 @@ bool walkTable(const void* record, const RecordHeader& header, RecordFault fault
     }
     if (entry >= header.length) return fault.entryPastLength(header, i, entry);
     if (entry <= known) return fault.entryOverlaps(header, i, entry, known);
-    if (open != entries && !visitor.value(open, {known, entry})) return false;
+    if (open != atEnd && !visitor.value(open, {known, entry})) return false;
     open = i;
     known = entry;
   }
-  const std::int32_t end = tableEntryIn<order>(record, entries);
-  if (end > header.length) return fault.entryPastLength(header, entries, end);
-  if (end <= known) return fault.entryOverlaps(header, entries, end, known);
-  return open == entries || visitor.value(open, {known, end});
+  const std::int32_t endOfData = tableEntryIn<order>(record, atEnd);
+  if (endOfData > header.length) return fault.entryPastLength(header, atEnd, endOfData);
+  if (endOfData <= known) return fault.entryOverlaps(header, atEnd, endOfData, known);
+  return open == atEnd || visitor.value(open, {known, endOfData});
 }
 
 }  // namespace kyv_internal
