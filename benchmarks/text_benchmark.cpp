@@ -185,13 +185,14 @@ std::string digits(Numbers& numbers, std::size_t count) {
   return text;
 }
 
-// Numbers of one to 24 digits before the point and up to ten behind it, some negative.
-std::vector<std::string> decimalTexts() {
+// Numbers with so many digits before the point and up to ten behind it, some negative.
+std::vector<std::string> decimalTexts(std::size_t leastWhole, std::size_t mostWhole) {
   Numbers numbers;
   std::vector<std::string> texts;
   while (texts.size() < kTexts) {
     std::string text = numbers.below(5) == 0 ? "-" : "";
-    text += static_cast<char>('1' + numbers.below(9)) + digits(numbers, numbers.below(24));
+    text += static_cast<char>('1' + numbers.below(9)) +
+            digits(numbers, leastWhole - 1 + numbers.below(mostWhole - leastWhole + 1));
     const std::string fraction = digits(numbers, numbers.below(kDecimalScale + 1));
     texts.push_back(text + (fraction.empty() ? "" : "." + fraction));
   }
@@ -255,13 +256,13 @@ void registerMoney(const Sample<std::int64_t>& amounts) {
       printMoneyByHand);
 }
 
-void registerDecimals(const Sample<Coefficient>& decimals) {
+void registerDecimals(const std::string& kind, const Sample<Coefficient>& decimals) {
   registerPair(
-      "text to decimal", decimals.texts,
+      "text to " + kind, decimals.texts,
       [](const std::string& text) { return parseDecimal(text, kDecimalPrecision, kDecimalScale).value; },
       decimalByHand);
   registerPair(
-      "decimal to text", decimals.values,
+      kind + " to text", decimals.values,
       [](Coefficient value) { return outputTo(printDecimal(value, kDecimalScale, output)); }, printDecimalByHand);
 }
 
@@ -294,13 +295,15 @@ void runTextBenchmarks() {
   const auto longs = sampleOf<std::int64_t>(columnTexts(kTradeId), [](const std::string& t) { return std::stoll(t); });
   const auto floats = sampleOf<double>(columnTexts(kTradePrice), [](const std::string& t) { return std::stod(t); });
   const auto amounts = sampleOf<std::int64_t>(columnTexts(kTradeNotional), moneyByHand);
-  const auto decimals = sampleOf<Coefficient>(decimalTexts(), decimalByHand);
+  const auto decimals = sampleOf<Coefficient>(decimalTexts(20, 24), decimalByHand);
+  const auto shortDecimals = sampleOf<Coefficient>(decimalTexts(1, 8), decimalByHand);
   const auto hex = hexSample();
   registerTimes(dates, timestamps);
   registerIntegers(longs);
   registerFloats(floats);
   registerMoney(amounts);
-  registerDecimals(decimals);
+  registerDecimals("decimal", decimals);
+  registerDecimals("short decimal", shortDecimals);
   registerHex(hex);
   benchmark::RunSpecifiedBenchmarks();
 }

@@ -44,7 +44,9 @@ bool assignValue(const StoredColumn& column, const FormatSet& formats, FieldList
   if (kind == Kind::String) return fields.assign(index, kyv_internal::packedString(column.value));
   if (kind == Kind::Binary) return assignHex(kyv_internal::packedBytes(column.value), fields, index);
   const auto print = [&](char* out) {
-    return kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Row, out);
+    const char* const end =
+        kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Row, out);
+    return static_cast<std::size_t>(end - out);
   };
   if (char* const room = fields.blockRoom(kyv_internal::kMaxValueText + 1)) {
     fields.takeFromBlock(index, print(room));

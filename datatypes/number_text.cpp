@@ -205,35 +205,34 @@ namespace {
 
 // Decimals of at most 15 digits are each another double. So where a value is some 15-digit decimal, that one is the
 // shortest that reads back to it, zeros at its end aside.
-struct ExactRange {
-  double limit;
-  double factor;  // 10 to the power of `places`; limit times factor has 15 digits
-  std::size_t places;
-};
-constexpr ExactRange kExactRanges[] = {{1e6, 1e9, 9}, {1e12, 1e3, 3}};
 
-// Whole digits, a point, and the fraction without zeros at its end but for one.
-char* printShortest(std::uint64_t digits, std::size_t places, char* out) {
-  const std::uint64_t factor = kPowersOfTen[places];
-  std::uint64_t fraction = digits % factor;
-  for (; places > 3 && fraction % 1000 == 0; places -= 3) fraction /= 1000;
-  for (; places > 1 && fraction % 10 == 0; --places) fraction /= 10;
-  out = printUnsigned(digits / factor, out);
-  *out++ = '.';
-  return printFraction(fraction, places, out);
+// A point and the digits of a fraction of 10 to the power of 8, without zeros at its end but for the first digit. May
+// overwrite up to 7 bytes behind the end.
+char* printShortestFraction(std::uint64_t fraction, char* out) {
+  const DigitBlock block = blockOf(fraction);
+  constexpr DigitBlock kFirstDigit = 1;  // stays even of a zero
+  const int zeros = std::countl_zero((block ^ kZeros) | kFirstDigit) / 8;
+  *out = '.';
+  return storeBlock(block, out + 1) - zeros;
 }
 
-// Nothing, a null pointer, for a value that is no decimal of 15 digits.
+// A value below 10 to the power of 15 - `places`. Null when it is no decimal with at most so many places.
+template <std::size_t places>
+char* printInRange(double value, double magnitude, char* out) {
+  constexpr std::uint64_t kFactor = kPowersOfTen[places];
+  const auto digits = static_cast<std::int64_t>(magnitude * double{kFactor} + 0.5);
+  if (static_cast<double>(digits) / double{kFactor} != magnitude) return nullptr;
+  *out = '-';  // stays only before a negative value
+  const auto all = static_cast<std::uint64_t>(digits);
+  out = printUnsigned(all / kFactor, out + (std::signbit(value) ? 1 : 0));
+  return printShortestFraction(all % kFactor * kPowersOfTen[kBlockDigits - places], out);
+}
+
+// Nothing, a null pointer, for other values.
 char* printShortDecimal(double value, char* out) {
   const double magnitude = std::fabs(value);
-  for (const ExactRange& range : kExactRanges) {
-    if (!(magnitude < range.limit)) continue;
-    const auto digits = static_cast<std::uint64_t>(magnitude * range.factor + 0.5);
-    if (static_cast<double>(digits) / range.factor != magnitude) return nullptr;
-    *out = '-';  // stays only before a negative value
-    return printShortest(digits, range.places, out + (std::signbit(value) ? 1 : 0));
-  }
-  return nullptr;
+  if (magnitude < 1e7) return printInRange<8>(value, magnitude, out);
+  return magnitude < 1e12 ? printInRange<3>(value, magnitude, out) : nullptr;
 }
 
 }  // namespace

@@ -27,10 +27,10 @@ constexpr bool isSign(char c) { return c == '-' || c == '+'; }
 
 // Removes a leading sign. True for "-".
 constexpr bool takeSign(std::string_view& text) {
-  if (text.empty() || !isSign(text.front())) return false;
-  const bool negative = text.front() == '-';
-  text.remove_prefix(1);
-  return negative;
+  if (text.empty()) return false;
+  const char first = text.front();
+  text.remove_prefix(isSign(first) ? 1 : 0);  // decides no jump
+  return first == '-';
 }
 
 // A two's-complement number, negated on demand without a jump.

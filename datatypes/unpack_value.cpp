@@ -30,16 +30,15 @@ std::int64_t loadSeconds(const unsigned char* value, std::size_t size) {
   return size == sizeof(std::int32_t) ? load<std::int32_t>(value) : load<std::int64_t>(value);
 }
 
-std::size_t copyText(std::string_view text, char* out) {
+char* copyText(std::string_view text, char* out) {
   std::memcpy(out, text.data(), text.size());
-  return text.size();
+  return out + text.size();
 }
 
-std::size_t printFloatIn(TextStyle style, double value, char* out) {
-  const char* const end = style == TextStyle::Exact
-                              ? printFloatExact(value, out)
-                              : printFloat(value, DataTypes::g_decimalSize, DataTypes::g_tolerance, out, kMaxValueText);
-  return static_cast<std::size_t>(end - out);
+char* printFloatIn(TextStyle style, double value, char* out) {
+  return style == TextStyle::Exact
+             ? printFloatExact(value, out)
+             : printFloat(value, DataTypes::g_decimalSize, DataTypes::g_tolerance, out, kMaxValueText);
 }
 
 // A decimal that claims more places than a type code can: zeros follow the point.
@@ -53,44 +52,41 @@ char* printManyPlaces(Coefficient coefficient, std::size_t scale, char* out) {
 }
 
 // Precision and scale of the type code win over those in the value, when the code has them.
-std::size_t printPackedDecimal(unsigned int type, const unsigned char* value, char* out) {
+char* printPackedDecimal(unsigned int type, const unsigned char* value, char* out) {
   const Coefficient coefficient =
       makeCoefficient(load<std::uint64_t>(value), load<std::uint64_t>(value + kDecimalLowOffset));
   const unsigned int scale =
       precisionOf(type) != 0 ? scaleOf(type) : load<std::uint16_t>(value + kDecimalScaleOffset) & 0xFF;
-  char* const end = scale <= kMaxDecimalScale ? printDecimal(coefficient, static_cast<int>(scale), out)
-                                              : printManyPlaces(coefficient, scale, out);
-  return static_cast<std::size_t>(end - out);
+  return scale <= kMaxDecimalScale ? printDecimal(coefficient, static_cast<int>(scale), out)
+                                   : printManyPlaces(coefficient, scale, out);
 }
 
 }  // namespace
 
-std::size_t printValue(const ColumnType& column, const unsigned char* value, const FormatSet& formats, TextStyle style,
-                       char* out) {
-  const auto length = [out](const char* end) { return static_cast<std::size_t>(end - out); };
+char* printValue(ColumnType column, const unsigned char* value, const FormatSet& formats, TextStyle style, char* out) {
   const ZeroFraction zero = style == TextStyle::Exact ? ZeroFraction::Omitted : ZeroFraction::Printed;
   switch (column.kind) {
     case Kind::Int16:
-      return length(printInteger(load<std::int16_t>(value), out));
+      return printInteger(load<std::int16_t>(value), out);
     case Kind::Integer:
-      return length(printInteger(load<std::int32_t>(value), out));
+      return printInteger(load<std::int32_t>(value), out);
     case Kind::Long:
     case Kind::Interval:
-      return length(printInteger(load<std::int64_t>(value), out));
+      return printInteger(load<std::int64_t>(value), out);
     case Kind::Float:
       return printFloatIn(style, load<double>(value), out);
     case Kind::Money:
-      return length(printMoney(load<std::int64_t>(value), moneyScale(column.type), out));
+      return printMoney(load<std::int64_t>(value), moneyScale(column.type), out);
     case Kind::Boolean:
       return copyText(*value != 0 ? "true" : "false", out);
     case Kind::Date:
-      return printDate(loadSeconds(value, DataTypes::g_dateSize), *formats.date, out);
+      return out + printDate(loadSeconds(value, DataTypes::g_dateSize), *formats.date, out);
     case Kind::Time:
-      return printDate(loadSeconds(value, DataTypes::g_timeSize), *formats.time, out);
+      return out + printDate(loadSeconds(value, DataTypes::g_timeSize), *formats.time, out);
     case Kind::Timestamp:
-      return printTimestamp(load<std::int64_t>(value), *formats.timestamp, zero, out);
+      return out + printTimestamp(load<std::int64_t>(value), *formats.timestamp, zero, out);
     case Kind::BigDateTime:
-      return printBigDateTime(load<std::int64_t>(value), *formats.bigdatetime, zero, out);
+      return out + printBigDateTime(load<std::int64_t>(value), *formats.bigdatetime, zero, out);
     case Kind::FixedDecimal:
       return printPackedDecimal(column.type, value, out);
     case Kind::String:
@@ -98,21 +94,20 @@ std::size_t printValue(const ColumnType& column, const unsigned char* value, con
     case Kind::None:
       break;
   }
-  return 0;
+  return out;
 }
 
 // The default text of a date or time kind; of any other kind the text that rows give it.
-std::size_t printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out) {
-  const auto length = [out](const char* end) { return static_cast<std::size_t>(end - out); };
+char* printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out) {
   switch (column.kind) {
     case Kind::Date:
-      return length(printDefaultDate(loadSeconds(value, storedSize(column)), zone, out));
+      return printDefaultDate(loadSeconds(value, storedSize(column)), zone, out);
     case Kind::Time:
-      return length(printDefaultTime(loadSeconds(value, storedSize(column)), zone, out));
+      return printDefaultTime(loadSeconds(value, storedSize(column)), zone, out);
     case Kind::Timestamp:
-      return length(printDefaultTimestamp(load<std::int64_t>(value), zone, out));
+      return printDefaultTimestamp(load<std::int64_t>(value), zone, out);
     case Kind::BigDateTime:
-      return length(printDefaultBigDateTime(load<std::int64_t>(value), zone, out));
+      return printDefaultBigDateTime(load<std::int64_t>(value), zone, out);
     default:
       return printValue(column, value, {}, TextStyle::Row, out);
   }
@@ -256,7 +251,8 @@ void convertToString(const unsigned int& type, bool swap, bool zoneSuffix, unsig
   }
   char text[kTextBuffer];
   const ZoneSuffix zone = zoneSuffix ? ZoneSuffix::Yes : ZoneSuffix::No;
-  copyBounded({text, kyv_internal::printDefault(column, value.data(), zone, text)}, out, outSize);
+  const char* const end = kyv_internal::printDefault(column, value.data(), zone, text);
+  copyBounded({text, static_cast<std::size_t>(end - text)}, out, outSize);
 }
 
 void convertToString(const unsigned int& type, bool swap, bool zoneSuffix, DataValue& value, char* out,
@@ -283,8 +279,8 @@ char* unpackToNewString(unsigned char* data, const unsigned int& type, const cha
   if (column.kind == Kind::Binary) return newHexText(data);
   const kyv_internal::SingleFormat format(column.kind, {dateFormat, timestampFormat, bigdatetimeFormat, timeFormat});
   char text[kTextBuffer];
-  const std::size_t length = kyv_internal::printValue(column, data, format.set(), kyv_internal::TextStyle::Row, text);
-  return newText({text, length});
+  const char* const end = kyv_internal::printValue(column, data, format.set(), kyv_internal::TextStyle::Row, text);
+  return newText({text, static_cast<std::size_t>(end - text)});
 }
 
 int convertBinaryToHexString(unsigned long outSize, const unsigned char* bytes, unsigned int length, char* out,

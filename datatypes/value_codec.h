@@ -45,14 +45,13 @@ enum class TextStyle : std::uint8_t {
 inline constexpr std::size_t kMaxValueText = kMaxFormattedText;
 
 // Writes the text of a packed value in host order that is neither a string nor binary, without terminator; `out` has
-// room for kMaxValueText characters. Returns the number of characters; 0 for a kind without text. The value has its
+// room for kMaxValueText characters. Returns its end; nothing is written for a kind without text. The value has its
 // type's size.
-std::size_t printValue(const ColumnType& column, const unsigned char* value, const FormatSet& formats, TextStyle style,
-                       char* out);
+char* printValue(ColumnType column, const unsigned char* value, const FormatSet& formats, TextStyle style, char* out);
 
 // Writes the default text of such a value: what printValue gives in the row style, but dates and times in the default
 // formats.
-std::size_t printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out);
+char* printDefault(const ColumnType& column, const unsigned char* value, ZoneSuffix zone, char* out);
 
 // Bytes that printing reads: dates and times are as wide as the settings say.
 inline std::size_t storedSize(const ColumnType& column) {

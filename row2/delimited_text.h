@@ -3,6 +3,7 @@
 // Text as one field of a delimited line, quoted where it has to be.
 
 #include <array>
+#include <span>
 #include <string_view>
 
 #include "kyv/byte_buffer.h"
@@ -26,7 +27,14 @@ class DelimitedText {
   // Whether the separator can occur in the text of a number, a boolean or bytes: letters, digits, signs and points.
   bool numbersMayNeedQuotes() const { return numbersMayNeedQuotes_; }
 
-  // Appends the text, between quotes and with quotes in it doubled when it needs them.
+  // Prints the text, between quotes and with quotes in it doubled when it needs them, and returns its end. `out` has
+  // room for twice the text and two quotes.
+  char* print(std::string_view text, char* out) const;
+
+  // The same for a packed string, which is looked at and copied in one go.
+  char* print(std::span<const unsigned char> packed, char* out) const;
+
+  // Appends the same, between quotes and with quotes in it doubled when it needs them.
   void append(std::string_view text, kyv::ByteBuffer& out) const;
 
  private:

@@ -18,15 +18,12 @@ namespace kyv {
 
 namespace {
 
+using kyv_internal::ColumnType;
 using kyv_internal::FormatSet;
 using kyv_internal::Kind;
 using kyv_internal::RowReader;
 using kyv_internal::StoredColumn;
-
-struct PrintedColumn {
-  kyv_internal::ColumnType type;
-  std::string jsonKey;  // the name as a JSON string with a colon behind
-};
+using kyv_internal::storedSize;
 
 std::string jsonKey(const char* name) {
   ByteBuffer key;
@@ -35,21 +32,27 @@ std::string jsonKey(const char* name) {
   return std::string(key.view());
 }
 
-std::vector<PrintedColumn> columnsOf(const ConnectionRowType& schema) {
-  const int count = schema.getColumnCount();
-  std::vector<PrintedColumn> columns;
-  columns.reserve(static_cast<std::size_t>(std::max(count, 0)));
-  for (int i = 0; i < count; ++i) {
-    columns.push_back({kyv_internal::columnTypeOf(schema.getColumnType(i)), jsonKey(schema.getColumnName(i))});
+std::vector<ColumnType> typesOf(const ConnectionRowType& schema) {
+  std::vector<ColumnType> types;
+  for (int i = 0; i < schema.getColumnCount(); ++i) {
+    types.push_back(kyv_internal::columnTypeOf(schema.getColumnType(i)));
   }
-  return columns;
+  return types;
+}
+
+// Each column's name as a JSON string with a colon behind.
+std::vector<std::string> jsonKeysOf(const ConnectionRowType& schema) {
+  std::vector<std::string> keys;
+  for (int i = 0; i < schema.getColumnCount(); ++i) keys.push_back(jsonKey(schema.getColumnName(i)));
+  return keys;
 }
 
 // Appends a value that is neither a string nor binary and returns its text, which lies in `out`.
 std::string_view appendValue(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
   char* const text = out.prepare(kyv_internal::kMaxValueText);
-  const std::size_t length =
+  const char* const end =
       kyv_internal::printValue(column.column, column.value.data(), formats, kyv_internal::TextStyle::Exact, text);
+  const auto length = static_cast<std::size_t>(end - text);
   out.commit(length);
   return {text, length};
 }
@@ -60,13 +63,6 @@ std::string_view appendHex(const StoredColumn& column, ByteBuffer& out) {
   kyv_internal::printHex(bytes, text);
   out.commit(2 * bytes.size());
   return {text, 2 * bytes.size()};
-}
-
-// Puts the text that `out` ends with, from `begin` on, between quotes.
-void quoteEnd(std::size_t begin, const kyv_internal::DelimitedText& delimited, ByteBuffer& out) {
-  const std::string text(out.view().substr(begin));
-  out.truncate(begin);
-  delimited.append(text, out);
 }
 
 // Whether a text of the format may need quotes: told from one of them where all are alike.
@@ -88,33 +84,46 @@ struct DelimitedForm {
         checkTimes(mayNeedQuotes(formats.date, text) || mayNeedQuotes(formats.timestamp, text) ||
                    mayNeedQuotes(formats.time, text)) {}
 
-  bool needsQuotes(Kind kind, std::string_view value) const {
+  // Where a text would not stand as one field, because of a format or an unusual separator, it is quoted.
+  bool checks(Kind kind) const {
     const bool isTime =
         kind == Kind::Date || kind == Kind::Time || kind == Kind::Timestamp || kind == Kind::BigDateTime;
-    return (isTime ? checkTimes : checkNumbers) && text.needsQuotes(value);
+    return isTime ? checkTimes : checkNumbers;
   }
 };
 
-// Appends a value other than a string; where its text would not stand as one field, because of a format or an unusual
-// separator, it is quoted.
-void appendDelimitedValue(const StoredColumn& column, const FormatSet& formats, const DelimitedForm& form,
-                          ByteBuffer& out) {
-  const std::size_t begin = out.size();
-  const Kind kind = column.kind();
-  const std::string_view text = kind == Kind::Binary ? appendHex(column, out) : appendValue(column, formats, out);
-  // No bytes are not the same as NULL.
-  const bool quoted = text.empty() ? kind == Kind::Binary : form.needsQuotes(kind, text);
-  if (quoted) quoteEnd(begin, form.text, out);
+// Room that a column may need in a line, besides twice the bytes that it has in the record: quotes may double a text.
+constexpr std::size_t kColumnRoom = 2 * kyv_internal::kMaxValueText + 3;
+
+// These print at `out`, which has room, and return the end.
+
+// Puts the text from `begin` to `end` between quotes if it needs them.
+char* quoteIfNeeded(char* begin, char* end, const DelimitedForm& form) {
+  const std::string text(begin, end);
+  return form.text.needsQuotes(text) ? form.text.print(text, begin) : end;
 }
 
-void appendDelimitedColumn(const StoredColumn& column, const FormatSet& formats, const DelimitedForm& form,
-                           ByteBuffer& out) {
-  if (!column.present()) return;
-  if (column.kind() == Kind::String) {
-    form.text.append(kyv_internal::packedString(column.value), out);
-  } else {
-    appendDelimitedValue(column, formats, form, out);
-  }
+// No bytes are not the same as NULL: they are quoted.
+char* printBinary(std::span<const unsigned char> value, const DelimitedForm& form, char* out) {
+  const auto bytes = kyv_internal::packedBytes(value);
+  kyv_internal::printHex(bytes, out);
+  char* const end = out + 2 * bytes.size();
+  return end == out || form.checkNumbers ? quoteIfNeeded(out, end, form) : end;
+}
+
+char* printFixedSize(ColumnType type, std::span<const unsigned char> value, const FormatSet& formats,
+                     const DelimitedForm& form, char* out) {
+  if (value.size() < storedSize(type)) return out;
+  char* const end = kyv_internal::printValue(type, value.data(), formats, kyv_internal::TextStyle::Exact, out);
+  return form.checks(type.kind) && end != out ? quoteIfNeeded(out, end, form) : end;
+}
+
+char* printDelimitedColumn(ColumnType type, std::span<const unsigned char> value, const FormatSet& formats,
+                           const DelimitedForm& form, char* out) {
+  if (value.empty()) return out;
+  if (type.kind == Kind::String) return form.text.print(value, out);
+  if (type.kind == Kind::Binary) return printBinary(value, form, out);
+  return printFixedSize(type, value, formats, form, out);
 }
 
 // How a kind's values are written in JSON.
@@ -167,7 +176,8 @@ void appendJsonColumn(const StoredColumn& column, const FormatSet& formats, Byte
 }  // namespace
 
 struct RecordPrinter::Parts {
-  explicit Parts(const ConnectionRowType& schema) : streamName(schema.getStreamName()), columns(columnsOf(schema)) {}
+  explicit Parts(const ConnectionRowType& schema)
+      : streamName(schema.getStreamName()), types(typesOf(schema)), jsonKeys(jsonKeysOf(schema)) {}
 
   // Changes a format or the separator.
   template <class Setting, class Value>
@@ -178,23 +188,28 @@ struct RecordPrinter::Parts {
 
   void appendDelimitedColumns(const RowReader& reader, ByteBuffer& out) const {
     const FormatSet set = formats.set();
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      if (i != 0) out.append(separator);
-      appendDelimitedColumn({columns[i].type, reader.column(i)}, set, delimited, out);
+    for (std::size_t i = 0; i < types.size(); ++i) {
+      const std::span<const unsigned char> value = reader.column(i);
+      char* const begin = out.prepare(kColumnRoom + 2 * value.size());
+      char* end = begin;
+      if (i != 0) *end++ = separator;
+      end = printDelimitedColumn(types[i], value, set, delimited, end);
+      out.commit(static_cast<std::size_t>(end - begin));
     }
   }
 
   void appendJsonColumns(const RowReader& reader, ByteBuffer& out) const {
     const FormatSet set = formats.set();
-    for (std::size_t i = 0; i < columns.size(); ++i) {
+    for (std::size_t i = 0; i < types.size(); ++i) {
       if (i != 0) out.append(",");
-      out.append(columns[i].jsonKey);
-      appendJsonColumn({columns[i].type, reader.column(i)}, set, out);
+      out.append(jsonKeys[i]);
+      appendJsonColumn({types[i], reader.column(i)}, set, out);
     }
   }
 
   std::string streamName;
-  std::vector<PrintedColumn> columns;
+  std::vector<ColumnType> types;
+  std::vector<std::string> jsonKeys;
   kyv_internal::RowFormats formats;
   char separator = ',';
   DelimitedForm delimited{separator, formats};
@@ -237,7 +252,7 @@ bool RecordPrinter::appendJson(const void* record, unsigned long recordNo, Conne
     const char operation[] = {',', '"', 'o', 'p', '"', ':', '"', letter, '"'};
     out.append({operation, sizeof operation});
     if (reader.shinesThrough()) out.append(",\"flags\":\"s\"");
-    if (!parts_->columns.empty()) out.append(",");
+    if (!parts_->types.empty()) out.append(",");
   }
   parts_->appendJsonColumns(reader, out);
   out.append("}\n");

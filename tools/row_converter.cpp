@@ -13,6 +13,7 @@ void ConvertedBlock::clear() {
 
 void RowConverter::convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out) {
   out.clear();
+  blockHoldsNul_ = text.find('\0') != std::string_view::npos;
   bool headerIsNext = firstLine == FirstLine::kHeader;
   for (std::size_t at = 0; at < text.size();) {
     const Extent extent = readRow(text.substr(at));

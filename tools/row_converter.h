@@ -75,10 +75,13 @@ class RowConverter {
   virtual bool skipsBlankLines() const = 0;
 
   RowFault lastFault(int column);
+  // One look at a block spares one at each of its rows.
+  bool holdsNul(std::string_view row) const { return blockHoldsNul_ && row.find('\0') != std::string_view::npos; }
 
   ConnectionErrors errors_;
 
  private:
+  bool blockHoldsNul_ = true;  // or it is not known
   void convertRow(std::string_view row, std::size_t begin, ConvertedBlock& out);
 };
 

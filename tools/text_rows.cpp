@@ -18,8 +18,6 @@ constexpr int kNoColumn = -1;
 constexpr char kNulMessage[] = "the line holds a NUL byte";
 constexpr unsigned int kBaseType = 0xFF;  // the base type's bits of a type code
 
-bool holdsNul(std::string_view row) { return row.find('\0') != std::string_view::npos; }
-
 const char* quotedFaultText(QuotedFault fault) {
   switch (fault) {
     case QuotedFault::kNone:
@@ -56,9 +54,10 @@ class PlainLine {
     row_.setWithService(layout.service);
   }
 
-  bool append(std::string_view line, unsigned long recordNo, ConnectionErrors& errors, kyv::ByteBuffer& out) {
+  bool append(std::string_view line, bool holdsNul, unsigned long recordNo, ConnectionErrors& errors,
+              kyv::ByteBuffer& out) {
     failedColumn_ = kNoColumn;
-    if (holdsNul(line)) {
+    if (holdsNul) {
       errors.addGeneral(strprintf("record %lu: %s", recordNo, kNulMessage));
       return false;
     }
@@ -106,7 +105,7 @@ class PlainRows final : public RowConverter {
   Extent readRow(std::string_view text) override { return {firstLine(text).size(), 1}; }
 
   bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) override {
-    return line_.append(row, recordNo, errors_, out);
+    return line_.append(row, holdsNul(row), recordNo, errors_, out);
   }
 
   bool skipsBlankLines() const override { return skipsBlankLines_; }
@@ -158,8 +157,9 @@ class QuotedRows final : public RowConverter {
   }
 
   bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) override {
-    const bool good = isPlain_ ? line_.append(row, recordNo, errors_, out) : appendQuoted(row, recordNo, out);
-    if (!good && isPlain_) failedColumn_ = line_.failedColumn();
+    if (!isPlain_) return appendQuoted(row, recordNo, out);
+    const bool good = line_.append(row, holdsNul(row), recordNo, errors_, out);
+    failedColumn_ = line_.failedColumn();
     return good;
   }
 
