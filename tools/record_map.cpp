@@ -170,6 +170,11 @@ class RecordMapper {
                              : std::to_string(*entry.offset);
   }
 
+  static std::string hiddenFault(const OffsetTable& table) {
+    if (table.hiddenMissing > 0) return strprintf("the file ends before %zu of their offsets", table.hiddenMissing);
+    return table.hiddenFaults > 0 ? strprintf("%zu of their offsets make no sense", table.hiddenFaults) : "";
+  }
+
   void addHidden(const OffsetTable& table) {
     hasHidden_ = true;
     RecordPart part;
@@ -178,9 +183,7 @@ class RecordMapper {
     part.name = strprintf("columns %zu to %zu", shownColumns() + 1, record_.columns());
     part.bytes = clipped(entryOffset(shownColumns()), entryOffset(record_.columns()));
     part.text = "not shown";
-    if (table.hiddenFaults > 0) part.fault = strprintf("%zu of their offsets make no sense", table.hiddenFaults);
-    if (table.hiddenMissing > 0)
-      part.fault = strprintf("the file ends before %zu of their offsets", table.hiddenMissing);
+    part.fault = hiddenFault(table);
     map_.rows.push_back(add(std::move(part)));
   }
 

@@ -16,7 +16,7 @@ using kyv_test::Browser;
 using kyv_test::Outcome;
 using kyv_test::Tool;
 using testing::Contains;
-using testing::ElementsAre;
+using testing::StartsWith;
 
 constexpr char kBrowser[] = "chromium";
 
@@ -87,11 +87,15 @@ TEST_F(InspectPage, KeepsWhatWasClickedAndFollowsTheKeyboard) {
   EXPECT_THAT(lit(), Contains("1Idinteger20x24402 00 00 00"));
 }
 
-// One that shows nothing compresses to almost nothing.
+// The picture stays beside the tool, for people to look at. One of an empty page is much smaller.
 TEST_F(InspectPage, DrawsWithoutComplaint) {
   constexpr std::size_t kLeastPicture = 20'000;
   pointAt(kNameRow);
-  EXPECT_GT(browser_->screenshot().size(), kLeastPicture);
+  write("picture", browser_->screenshot());
+  const std::string picture = kyv_test::kToolDir + std::string("/inspect_page.png");
+  EXPECT_EQ(run("base64 -d picture >" + picture).status, 0);
+  EXPECT_THAT(kyv_test::read(picture), StartsWith("\x89PNG"));
+  EXPECT_GT(kyv_test::read(picture).size(), kLeastPicture);
   EXPECT_EQ(browser_->evaluate("document.documentElement.scrollWidth <= innerWidth"), true);
   EXPECT_EQ(browser_->evaluate("performance.getEntriesByType('resource').length"), 0);
 }
