@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <span>
 #include <string_view>
 
 #include "datatypes/civil_time.h"
@@ -16,6 +17,16 @@ using enum ModelToken;
 
 FieldSource sourceOf(ModelToken token) {
   switch (token) {
+    case kMIC:
+      return FieldSource::kValue;
+    case kMS:
+    case kSE:
+    case kTZH:
+    case kTZM:
+      return FieldSource::kZone;
+    case kTZD:
+    case kTZR:
+      return FieldSource::kZoneName;
     case kLiteral:
     case kFM:
     case kFX:
@@ -26,29 +37,8 @@ FieldSource sourceOf(ModelToken token) {
     case kMINUTES:
     case kSECONDS:
       return FieldSource::kNone;
-    case kAM:
-    case kPM:
-    case kDAY:
-    case kDY:
-    case kMON:
-    case kMONTH:
-    case kRM:
-      return FieldSource::kName;
-    case kFF:
-    case kFFn:
-      return FieldSource::kFraction;
-    case kMIC:
-      return FieldSource::kMicros;
-    case kMS:
-    case kSE:
-    case kTZH:
-    case kTZM:
-      return FieldSource::kZone;
-    case kTZD:
-    case kTZR:
-      return FieldSource::kZoneName;
     default:
-      return FieldSource::kNumber;
+      return FieldSource::kClock;
   }
 }
 
@@ -87,34 +77,25 @@ char* printWideNumber(Number number, char* out) {
 
 namespace {
 
-std::string_view nameOf(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock) {
+std::size_t indexOfName(ModelToken token, const std::tm& clock) {
   const bool ofTheDay = token == kAM || token == kPM;
   const bool ofTheWeek = token == kDAY || token == kDY;
-  const int index = ofTheDay ? clock.tm_hour / 12 : ofTheWeek ? clock.tm_wday : clock.tm_mon;
-  return namesOf(token, letters)[static_cast<std::size_t>(index)].view();
+  return static_cast<std::size_t>(ofTheDay ? clock.tm_hour / 12 : ofTheWeek ? clock.tm_wday : clock.tm_mon);
 }
 
-}  // namespace
-
 // Required as is: of all names only those of months are padded, and on their left.
-char* printName(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock, Padding padding,
-                char* out) {
+char* printName(const ModelField& field, std::string_view name, char* out) {
   constexpr std::size_t kMonthWidth = 9;
-  const std::string_view name = nameOf(token, letters, clock);
-  if (token == kMONTH && padding == Padding::kFull) out = std::fill_n(out, kMonthWidth - name.size(), ' ');
+  if (field.token == kMONTH && !field.fill) out = std::fill_n(out, kMonthWidth - name.size(), ' ');
   return std::ranges::copy(name, out).out;
 }
 
 // --- Fractions ------------------------------------------------------------------------------------------------------
 
-namespace {
-
 constexpr int kMicroDigits = 6;
 
 constexpr double kRoundingSteps[] = {100000, 10000, 1000, 100, 10, 1, 0.1, 0.01, 0.001};  // of 1 to 9 digits
 constexpr int kScales[] = {1, 10, 100, 1000, 10000, 100000};
-
-}  // namespace
 
 // Required as is: halves are rounded up, and what that carries stays in the fraction: 999600 in three digits is 1000.
 Number roundedFraction(std::int32_t micros, int digits) {
@@ -124,42 +105,58 @@ Number roundedFraction(std::int32_t micros, int digits) {
   return {rounded / kScales[kMicroDigits - digits], digits};
 }
 
+Number fractionOf(const ModelField& field, const PrintedTime& time) {
+  if (field.token == kFFn) return roundedFraction(time.fraction, field.digit - '0');
+  return time.threeDigitFraction ? Number{time.fraction % 1000, 3} : Number{time.fraction, kMicroDigits};
+}
+
 // Required as is: in fill mode a fraction loses the zeros of both its ends, so 1000 microseconds print as "1".
-char* printFraction(Number number, Padding padding, char* out) {
-  char* end = printNumber(number, padding, out);
-  while (padding == Padding::kFill && end - out > 1 && end[-1] == '0') --end;
+char* printFraction(Number fraction, bool fill, char* out) {
+  char* end = printNumber(filled(fraction, fill), out);
+  while (fill && end - out > 1 && end[-1] == '0') --end;
   return end;
 }
 
 // --- Counts and offsets ---------------------------------------------------------------------------------------------
 
-namespace {
-
 constexpr std::int32_t kMillisPerMinute = 60'000;
 constexpr std::int32_t kMillisPerHour = 60 * kMillisPerMinute;
 
-std::optional<Number> countOf(WideMicros count, int width) {
+WideMicros countOf(ModelToken token, WideMicros micros, const ZoneOffset& offset) {
+  if (token == kMIC) return micros;
+  const WideMicros millis = micros / 1000 + offset.total();
+  return token == kMS ? millis : millis / 1000;
+}
+
+char* printCount(const ModelField& field, WideMicros count, char* out) {
   using Limits = std::numeric_limits<std::int64_t>;
-  if (count < Limits::min() || count > Limits::max()) return std::nullopt;
-  return Number{static_cast<std::int64_t>(count), width};
+  if (count < Limits::min() || count > Limits::max()) return nullptr;
+  const int width = field.token == kMIC && !field.fill ? 16 : 0;
+  return printNumber({static_cast<std::int64_t>(count), width}, out);
 }
 
 }  // namespace
 
-std::optional<Number> microsOf(WideMicros micros) { return countOf(micros, 16); }
+// --- Any field ------------------------------------------------------------------------------------------------------
 
-std::optional<Number> zoneNumberOf(ModelToken token, WideMicros micros, const ZoneOffset& offset) {
+char* printField(const ModelField& field, const PrintedTime& time, char* out) {
+  const Number number = numberOf(field.token, time.clock);
+  if (number.width > 0) return printNumber(filled(number, field.fill), out);
+  const std::span<const NameSlot> names = namesOf(field.token, field.letters);
+  if (!names.empty()) return printName(field, names[indexOfName(field.token, time.clock)].view(), out);
+  return printFraction(fractionOf(field, time), field.fill, out);
+}
+
+char* printZoneField(const ModelField& field, WideMicros micros, const ZoneOffset& offset, char* out) {
   const int hours = offset.total() / kMillisPerHour;
-  switch (token) {
-    case kMS:
-      return countOf(micros / 1000 + offset.total(), 0);
-    case kSE:
-      return countOf((micros / 1000 + offset.total()) / 1000, 0);
+  switch (field.token) {
     case kTZH:
-      return Number{hours, hours < 0 ? 3 : 2};  // two digits behind the sign
-    default:                                    // kTZM
+      return printNumber({hours, hours < 0 ? 3 : 2}, out);  // two digits behind the sign
+    case kTZM:
       // Required as is: daylight saving does not count, though it does for the hours.
-      return Number{std::abs(offset.raw / kMillisPerMinute % 60), 2};
+      return printNumber({std::abs(offset.raw / kMillisPerMinute % 60), 2}, out);
+    default:
+      return printCount(field, countOf(field.token, micros, offset), out);
   }
 }
 

@@ -1,13 +1,12 @@
 #pragma once
 
 // The text of a format model's tokens, from a time that is taken apart. Nothing here scans a model, opens a zone or
-// keeps anything: whoever has tokens and a time finds the number or the name of each, and prints it.
+// keeps anything: whoever has tokens and a time prints through these functions, one token at a time.
 
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <optional>
-#include <string_view>
 
 #include "datatypes/format_tokens.h"
 #include "datatypes/time_zone.h"
@@ -15,20 +14,18 @@
 
 namespace kyv_internal {
 
-// No text that is printed here is longer.
+// No field's text is longer, but for the names of zones.
 inline constexpr std::size_t kMaxFieldText = 64;
 
-// Where the text of a token comes from.
 enum class FieldSource : std::uint8_t {
-  kNone,      // it has none: a literal, a mode, or what cannot be printed
-  kNumber,    // numberOf
-  kName,      // printName
-  kFraction,  // FF is the fraction in six digits, FFn roundedFraction
-  kMicros,    // microsOf
-  kZone,      // zoneNumberOf
-  kZoneName   // Zone::displayName
+  kClock,     // printField
+  kValue,     // printZoneField, whatever the offset
+  kZone,      // printZoneField
+  kZoneName,  // Zone::displayName
+  kNone       // it cannot be printed
 };
 
+// Where the text of a field comes from. Of a token that is no field: kNone.
 FieldSource sourceOf(ModelToken token);
 
 // --- A value taken apart --------------------------------------------------------------------------------------------
@@ -63,7 +60,31 @@ inline double instantOf(std::int64_t value, std::int64_t microsPerUnit) {
 // What clocks of a zone show; nothing where the calendar ends, or when ICU reports an error.
 [[nodiscard]] std::optional<std::tm> clockOf(std::int64_t seconds, const Zone& zone);
 
-// --- Numbers --------------------------------------------------------------------------------------------------------
+// --- Any field ------------------------------------------------------------------------------------------------------
+
+// A field as the model has it.
+struct ModelField {
+  ModelToken token;
+  DataTypes::TimeFormatParser::Case letters;  // of names
+  char digit;                                 // of FFn, '1' to '9'
+  bool fill;                                  // nothing is padded, fractions lose their zeros
+};
+
+struct PrintedTime {
+  const std::tm& clock;   // in the zone
+  std::int32_t fraction;  // microseconds, negative for some values before 1970
+  bool threeDigitFraction = false;
+};
+
+// Both write at most kMaxFieldText characters and return the end.
+
+// REQUIRES: the field's source is the clock.
+char* printField(const ModelField& field, const PrintedTime& time, char* out);
+
+// REQUIRES: the field's source is the value or the zone. Null when its count does not fit in 64 bits.
+[[nodiscard]] char* printZoneField(const ModelField& field, WideMicros micros, const ZoneOffset& offset, char* out);
+
+// --- Numbers of the clock, for those who know the token when they are compiled ---------------------------------------
 
 // A number and the characters that it takes at least: zeros fill it up behind its sign, as in C's "%04d".
 struct Number {
@@ -73,7 +94,7 @@ struct Number {
 
 inline int hourOfTwelve(int hour) { return hour % 12 == 0 ? 12 : hour % 12; }
 
-// Of a token whose source is the number. Of a token that the compiler knows, one line is left.
+// Without width for a field that is no number. Of a token that the compiler knows, one line is left.
 inline Number numberOf(ModelToken token, const std::tm& clock) {
   const std::int64_t year = std::int64_t{clock.tm_year} + 1900;
   switch (token) {
@@ -108,23 +129,12 @@ inline Number numberOf(ModelToken token, const std::tm& clock) {
       return {clock.tm_min, 2};
     case ModelToken::kSS:
       return {clock.tm_sec, 2};
-    default:  // kSSSSS
+    case ModelToken::kSSSSS:
       return {clock.tm_hour * 3600 + clock.tm_min * 60 + clock.tm_sec, 5};
+    default:
+      return {0, 0};
   }
 }
-
-// A fraction of microseconds in 1 to 9 digits.
-Number roundedFraction(std::int32_t micros, int digits);
-
-// Nothing where a count does not fit in 64 bits.
-[[nodiscard]] std::optional<Number> microsOf(WideMicros micros);
-// Of a token whose source is the zone. Fill mode has no effect on it.
-[[nodiscard]] std::optional<Number> zoneNumberOf(ModelToken token, WideMicros micros, const ZoneOffset& offset);
-
-// --- Texts. Each function returns the end of what it writes. --------------------------------------------------------
-
-// In fill mode nothing is padded, and fractions lose their zeros.
-enum class Padding : std::uint8_t { kFull, kFill };
 
 char* printWideNumber(Number number, char* out);
 
@@ -133,14 +143,6 @@ inline char* printNumber(Number number, char* out) {
   return twoDigits ? printTwoDigits(static_cast<unsigned int>(number.value), out) : printWideNumber(number, out);
 }
 
-inline char* printNumber(Number number, Padding padding, char* out) {
-  return printNumber(padding == Padding::kFill ? Number{number.value, 0} : number, out);
-}
-
-char* printFraction(Number number, Padding padding, char* out);
-
-// Of a token whose source is the name.
-char* printName(ModelToken token, DataTypes::TimeFormatParser::Case letters, const std::tm& clock, Padding padding,
-                char* out);
+inline Number filled(Number number, bool fill) { return {number.value, fill ? 0 : number.width}; }
 
 }  // namespace kyv_internal

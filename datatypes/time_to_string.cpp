@@ -11,8 +11,6 @@ namespace {
 
 static_assert(sizeof DataTypes::TimestampFields::scratch == kMaxFieldText);
 
-Padding paddingOf(int fillMode) { return fillMode != 0 ? Padding::kFill : Padding::kFull; }
-
 template <class Parser>
 void printValue(long value, const char* format, const char* zone, std::string& out) {
   if (!DataTypes::isValidTimezone(zone)) {
@@ -30,8 +28,6 @@ void printValue(long value, const char* format, const char* zone, std::string& o
 
 namespace DataTypes {
 
-using kyv_internal::Number;
-using kyv_internal::paddingOf;
 using kyv_internal::Zone;
 using kyv_internal::ZoneOffset;
 using Token = kyv_internal::ModelToken;
@@ -49,36 +45,32 @@ ToStringParser<Fields>::ToStringParser(long& toPrint, const char* zoneName, std:
   status = clock.has_value();
 }
 
-// Takes what stands in the scratch buffer.
+// Takes what stands in the scratch buffer; null: it could not be printed.
 template <class Fields>
 void ToStringParser<Fields>::append(const char* end) {
+  if (end == nullptr) return refuse();
   fields.output->append(fields.scratch, static_cast<std::size_t>(end - fields.scratch));
 }
 
 template <class Fields>
 void ToStringParser<Fields>::printNumber(Token token) {
-  append(kyv_internal::printNumber(kyv_internal::numberOf(token, fields.clock), paddingOf(fillMode), fields.scratch));
+  const kyv_internal::Number number = kyv_internal::numberOf(token, fields.clock);
+  append(kyv_internal::printNumber(kyv_internal::filled(number, fillMode != 0), fields.scratch));
+}
+
+// A name or a fraction.
+template <class Fields>
+void ToStringParser<Fields>::print(Token token, Case letters, char digit) {
+  int fraction = 0;
+  if constexpr (requires { fields.fraction; }) fraction = fields.fraction;
+  append(kyv_internal::printField({token, letters, digit, fillMode != 0},
+                                  {fields.clock, fraction, fields.threeDigitFraction}, fields.scratch));
 }
 
 template <class Fields>
-void ToStringParser<Fields>::printName(Token token, Case letters) {
-  append(kyv_internal::printName(token, letters, fields.clock, paddingOf(fillMode), fields.scratch));
-}
-
-template <class Fields>
-void ToStringParser<Fields>::printFraction(Token token, char digit) {
-  int micros = 0;
-  if constexpr (requires { fields.fraction; }) micros = fields.fraction;
-  const Number whole = fields.threeDigitFraction ? Number{micros % 1000, 3} : Number{micros, 6};
-  const Number number = token == Token::kFFn ? kyv_internal::roundedFraction(micros, digit - '0') : whole;
-  append(kyv_internal::printFraction(number, paddingOf(fillMode), fields.scratch));
-}
-
-template <class Fields>
-void ToStringParser<Fields>::printMicros() {
-  const auto number = kyv_internal::microsOf(kyv_internal::wideMicros(*value, Fields::kMicrosPerUnit));
-  if (!number) return refuse();
-  append(kyv_internal::printNumber(*number, paddingOf(fillMode), fields.scratch));
+void ToStringParser<Fields>::printCount(Token token, const ZoneOffset& offset) {
+  const auto micros = kyv_internal::wideMicros(*value, Fields::kMicrosPerUnit);
+  append(kyv_internal::printZoneField({token, kUpper, 0, fillMode != 0}, micros, offset, fields.scratch));
 }
 
 // Each token makes a zone of its own.
@@ -88,22 +80,10 @@ void ToStringParser<Fields>::printInZone(Token token) {
   const double instant = kyv_internal::instantOf(*value, Fields::kMicrosPerUnit);
   const std::optional<ZoneOffset> offset = zone ? zone->offsetAt(instant) : std::nullopt;
   if (!offset) return refuse();
+  if (kyv_internal::sourceOf(token) == kyv_internal::FieldSource::kZone) return printCount(token, *offset);
   // A name goes straight to the output: those of some languages take more bytes than the scratch buffer has.
-  if (token == Token::kTZR) {
-    *fields.output += zone->displayName(offset->daylight, Zone::NameStyle::kLong);
-  } else if (token == Token::kTZD) {
-    *fields.output += zone->displayName(offset->daylight, Zone::NameStyle::kShort);
-  } else {
-    printZoneNumber(token, *offset);
-  }
-}
-
-template <class Fields>
-void ToStringParser<Fields>::printZoneNumber(Token token, const ZoneOffset& offset) {
-  const auto micros = kyv_internal::wideMicros(*value, Fields::kMicrosPerUnit);
-  const std::optional<Number> number = kyv_internal::zoneNumberOf(token, micros, offset);
-  if (!number) return refuse();
-  append(kyv_internal::printNumber(*number, fields.scratch));
+  const auto style = token == Token::kTZR ? Zone::NameStyle::kLong : Zone::NameStyle::kShort;
+  *fields.output += zone->displayName(offset->daylight, style);
 }
 
 // --- The operations, one line each, in the order of the virtual table -----------------------------------------------
@@ -111,28 +91,28 @@ void ToStringParser<Fields>::printZoneNumber(Token token, const ZoneOffset& offs
 // clang-format off
 template <class F> bool ToStringParser<F>::IsDone() { return true; }
 template <class F> void ToStringParser<F>::OnChar(char c) { fields.output->push_back(c); }
-template <class F> void ToStringParser<F>::OnFieldAM(Case letters) { printName(Token::kAM, letters); }
-template <class F> void ToStringParser<F>::OnFieldPM(Case letters) { printName(Token::kPM, letters); }
+template <class F> void ToStringParser<F>::OnFieldAM(Case letters) { print(Token::kAM, letters); }
+template <class F> void ToStringParser<F>::OnFieldPM(Case letters) { print(Token::kPM, letters); }
 template <class F> void ToStringParser<F>::OnFieldD() { printNumber(Token::kD); }
 template <class F> void ToStringParser<F>::OnFieldDD() { printNumber(Token::kDD); }
 template <class F> void ToStringParser<F>::OnFieldDDD() { printNumber(Token::kDDD); }
-template <class F> void ToStringParser<F>::OnFieldDAY(Case letters) { printName(Token::kDAY, letters); }
-template <class F> void ToStringParser<F>::OnFieldDY(Case letters) { printName(Token::kDY, letters); }
+template <class F> void ToStringParser<F>::OnFieldDAY(Case letters) { print(Token::kDAY, letters); }
+template <class F> void ToStringParser<F>::OnFieldDY(Case letters) { print(Token::kDY, letters); }
 template <class F> void ToStringParser<F>::OnFieldHH() { printNumber(Token::kHH); }
 template <class F> void ToStringParser<F>::OnFieldHH12() { printNumber(Token::kHH12); }
 template <class F> void ToStringParser<F>::OnFieldHH24() { printNumber(Token::kHH24); }
 template <class F> void ToStringParser<F>::OnFieldMI() { printNumber(Token::kMI); }
-template <class F> void ToStringParser<F>::OnFieldMIC() { printMicros(); }
+template <class F> void ToStringParser<F>::OnFieldMIC() { printCount(Token::kMIC, {}); }
 template <class F> void ToStringParser<F>::OnFieldMM() { printNumber(Token::kMM); }
-template <class F> void ToStringParser<F>::OnFieldMON(Case letters) { printName(Token::kMON, letters); }
-template <class F> void ToStringParser<F>::OnFieldMONTH(Case letters) { printName(Token::kMONTH, letters); }
+template <class F> void ToStringParser<F>::OnFieldMON(Case letters) { print(Token::kMON, letters); }
+template <class F> void ToStringParser<F>::OnFieldMONTH(Case letters) { print(Token::kMONTH, letters); }
 template <class F> void ToStringParser<F>::OnFieldMS() { printInZone(Token::kMS); }
-template <class F> void ToStringParser<F>::OnFieldRM(Case letters) { printName(Token::kRM, letters); }
+template <class F> void ToStringParser<F>::OnFieldRM(Case letters) { print(Token::kRM, letters); }
 template <class F> void ToStringParser<F>::OnFieldQ() { printNumber(Token::kQ); }
 template <class F> void ToStringParser<F>::OnFieldSS() { printNumber(Token::kSS); }
 template <class F> void ToStringParser<F>::OnFieldSE() { printInZone(Token::kSE); }
-template <class F> void ToStringParser<F>::OnFieldFF() { printFraction(Token::kFF); }
-template <class F> void ToStringParser<F>::OnFieldFFn(char digit) { printFraction(Token::kFFn, digit); }
+template <class F> void ToStringParser<F>::OnFieldFF() { print(Token::kFF); }
+template <class F> void ToStringParser<F>::OnFieldFFn(char digit) { print(Token::kFFn, kUpper, digit); }
 template <class F> void ToStringParser<F>::OnFieldSSSSS() { printNumber(Token::kSSSSS); }
 template <class F> void ToStringParser<F>::OnFieldTZD() { printInZone(Token::kTZD); }
 template <class F> void ToStringParser<F>::OnFieldTZH() { printInZone(Token::kTZH); }

@@ -132,11 +132,9 @@ class KYV_EXPORT ToStringParser final : public TimeFormatParser {
   void refuse();
   void append(const char* end);
   void printNumber(kyv_internal::ModelToken token);
-  void printName(kyv_internal::ModelToken token, Case letters);
-  void printFraction(kyv_internal::ModelToken token, char digit = 0);
-  void printMicros();
+  void print(kyv_internal::ModelToken token, Case letters = kUpper, char digit = 0);
+  void printCount(kyv_internal::ModelToken token, const kyv_internal::ZoneOffset& offset);
   void printInZone(kyv_internal::ModelToken token);
-  void printZoneNumber(kyv_internal::ModelToken token, const kyv_internal::ZoneOffset& offset);
 };
 
 using TimeFormatParser_TimeToString = ToStringParser<TimestampFields>;
