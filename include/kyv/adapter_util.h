@@ -4,6 +4,7 @@
 
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_errors.h"
+#include "kyv/connection_permutation.h"
 #include "kyv/connection_row.h"
 #include "kyv/connection_row_binary.h"
 #include "kyv/connection_row_by_names.h"

@@ -18,6 +18,9 @@
 #include "kyv/export.h"
 
 #ifdef __cplusplus
+#include <string>
+#include <vector>
+
 #include "kyv/connection_trans.h"
 class ConnectionRow;
 class ConnectionRowType;
@@ -32,6 +35,7 @@ typedef struct ConnectionRowHandle ConnectionRowHandle;
 typedef struct ConnectionRowPoolHandle ConnectionRowPoolHandle;
 typedef struct ConnectionRawTransHandle ConnectionRawTransHandle;
 typedef struct ConnectionErrorsHandle ConnectionErrorsHandle;
+typedef struct ConnectionPermutationHandle ConnectionPermutationHandle;
 
 /* --- Types -------------------------------------------------------------------------------------------------------- */
 
@@ -202,6 +206,54 @@ KYV_EXPORT int getConnectionRawTransSize(ConnectionRawTransHandle* trans);
 KYV_EXPORT void* getConnectionRawTrans(ConnectionRawTransHandle* trans, int index);
 /* Frees the records. */
 KYV_EXPORT void clearConnectionRawTrans(ConnectionRawTransHandle* trans);
+
+/* --- Permutations ------------------------------------------------------------------------------------------------- */
+
+/* The mapping between a stream's column order (platform) and an adapter's own (external). Results are 1 for success, 0
+ * for failure. Failures of the configuration store a new text through `error`, success stores null; a null `error` is
+ * allowed. kyv/connection_permutation.h says what each operation does. */
+KYV_EXPORT ConnectionPermutationHandle* createConnectionPermutation(void);
+/* Nothing for null. */
+KYV_EXPORT void deleteConnectionPermutation(ConnectionPermutationHandle* permutation);
+KYV_EXPORT void clearConnectionPermutation(ConnectionPermutationHandle* permutation);
+/* A text of pairs such as "Id=code:Price=amount". `externalHasNames` is 0 where external fields only have numbers. */
+KYV_EXPORT int setPermutation(ConnectionPermutationHandle* permutation, int externalHasNames, const char* text,
+                              char** error);
+/* The orders, copied. The schema is what a handle of createConnectionRowType points at. */
+KYV_EXPORT void setPlatOrder(ConnectionPermutationHandle* permutation, ConnectionRowType* type);
+#ifdef __cplusplus
+KYV_EXPORT void setExternalOrder(ConnectionPermutationHandle* permutation, const std::vector<std::string>* names);
+#else
+/* Takes a vector of C++ strings; null is an empty order. */
+KYV_EXPORT void setExternalOrder(ConnectionPermutationHandle* permutation, const void* names);
+#endif
+KYV_EXPORT void setExternalOrderWithConnRowTypeAsParam(ConnectionPermutationHandle* permutation,
+                                                       ConnectionRowType* type);
+/* Names field_00, field_01 and so on for `count` fields. */
+KYV_EXPORT void setExternalCount(ConnectionPermutationHandle* permutation, int count);
+/* Finds the positions of all pairs; the lookups by position and permuteCsvIn need it. */
+KYV_EXPORT int prepareOrder(ConnectionPermutationHandle* permutation, int requireNoHoles, char** error);
+
+/* The other side's name or position; what was given, and 0, where there is none. A name is the argument or belongs to
+ * the object, until its configuration changes. */
+KYV_EXPORT int plat2extWithFieldName(ConnectionPermutationHandle* permutation, const char* name, const char** out);
+KYV_EXPORT int plat2extWithFieldNum(ConnectionPermutationHandle* permutation, int position, int* out);
+KYV_EXPORT int ext2platWithFieldName(ConnectionPermutationHandle* permutation, const char* name, const char** out);
+KYV_EXPORT int ext2platWithIndex(ConnectionPermutationHandle* permutation, int position, int* out);
+
+/* Writes a line with its fields in platform order to `out`, which has room for the line, a byte for each platform
+ * column and a terminator; all of that room may be written to. */
+KYV_EXPORT int permuteCsvIn(ConnectionPermutationHandle* permutation, const char* line, char separator, int withService,
+                            char* out);
+
+KYV_EXPORT int isFailed(ConnectionPermutationHandle* permutation);
+KYV_EXPORT int isDirect(ConnectionPermutationHandle* permutation);
+KYV_EXPORT int getExtOrderSize(ConnectionPermutationHandle* permutation);
+/* The external names: an array of getExtOrderSize() pointers which the caller releases with free(). The names belong to
+ * the object, until its external order changes. */
+KYV_EXPORT const char** getExtOrder(ConnectionPermutationHandle* permutation);
+/* Stores a new text with the external name at an index from 0 on; null outside the order. */
+KYV_EXPORT void getColumnNameFromExtOrder(ConnectionPermutationHandle* permutation, int index, char** out);
 
 #ifdef __cplusplus
 }

@@ -309,6 +309,81 @@ static void transactions(ConnectionErrorsHandle* errors) {
   deleteConnectionRowPool(pool);
 }
 
+/* A permutation of the trades' columns with fields that stand in the opposite order, prepared. */
+static ConnectionPermutationHandle* tradesPermutation(void) {
+  static const char* const names[] = {"amount", "title", "code"};
+  static const unsigned int types[] = {kFloat, kString, kInteger};
+  ConnectionPermutationHandle* permutation = createConnectionPermutation();
+  ConnectionRowType** schema = tradesSchema();
+  ConnectionRowType** external = createConnectionRowType("External", 1, 3, names, types);
+  char* error = NULL;
+  expectNumber("direct", isDirect(permutation), 1);
+  expectNumber("read", setPermutation(permutation, 1, "Id=code:Price=amount", &error), 1);
+  setPlatOrder(permutation, *schema);
+  setExternalOrderWithConnRowTypeAsParam(permutation, *external);
+  expectNumber("prepared", prepareOrder(permutation, 0, &error), 1);
+  expectText("no message", error, NULL);
+  expectNumber("no longer direct", isDirect(permutation), 0);
+  deleteConnectionRowType(external);
+  deleteConnectionRowType(schema);
+  return permutation;
+}
+
+static void permutationLookups(ConnectionPermutationHandle* permutation) {
+  const char* name = NULL;
+  int position = -1;
+  expectNumber("by platform name", plat2extWithFieldName(permutation, "Price", &name), 1);
+  expectText("external name", name, "amount");
+  expectNumber("by external name", ext2platWithFieldName(permutation, "code", &name), 1);
+  expectText("platform name", name, "Id");
+  expectNumber("by an unpaired name", plat2extWithFieldName(permutation, "Name", &name), 0);
+  expectText("the name itself", name, "Name");
+  expectNumber("by platform position", plat2extWithFieldNum(permutation, 2, &position), 1);
+  expectNumber("external position", position, 0);
+  expectNumber("by external position", ext2platWithIndex(permutation, 2, &position), 1);
+  expectNumber("platform position", position, 0);
+  expectNumber("by an unpaired position", ext2platWithIndex(permutation, 1, &position), 0);
+  expectNumber("the position itself", position, 1);
+}
+
+static void externalOrder(ConnectionPermutationHandle* permutation) {
+  const char** names = getExtOrder(permutation);
+  char* name = NULL;
+  expectNumber("external fields", getExtOrderSize(permutation), 3);
+  expectText("the middle one", names[1], "title");
+  free(names);
+  getColumnNameFromExtOrder(permutation, 2, &name);
+  expectNewText("the last one", name, "code");
+  getColumnNameFromExtOrder(permutation, 3, &name);
+  expectText("none behind it", name, NULL);
+  getColumnNameFromExtOrder(permutation, -1, &name);
+  expectText("none before the first", name, NULL);
+  setExternalCount(permutation, 2);
+  getColumnNameFromExtOrder(permutation, 1, &name);
+  expectNewText("a generated one", name, "field_01");
+  setExternalOrder(permutation, NULL);
+  expectNumber("an empty order", getExtOrderSize(permutation), 0);
+}
+
+static void permutations(void) {
+  ConnectionPermutationHandle* permutation = tradesPermutation();
+  char* error = NULL;
+  char line[sizeof "Trades;i;2.5;x;7" + 3];
+  permutationLookups(permutation);
+  expectNumber("reordered", permuteCsvIn(permutation, "Trades;i;2.5;x;7", ';', 1, line), 1);
+  expectText("line", line, "Trades;i;7;;2.5");
+  expectNumber("a missing field", permuteCsvIn(permutation, "2.5;x", ';', 0, line), 0);
+  externalOrder(permutation);
+  expectNumber("names without numbers", prepareOrder(permutation, 1, &error), 0);
+  expectNewText("message", error, "Misformatted external field name, expected field_N, got 'amount'");
+  expectNumber("failed", isFailed(permutation), 1);
+  expectNumber("a message that nobody wants", setPermutation(permutation, 0, "Id", NULL), 0);
+  clearConnectionPermutation(permutation);
+  expectNumber("no longer failed", isFailed(permutation), 0);
+  deleteConnectionPermutation(permutation);
+  deleteConnectionPermutation(NULL);
+}
+
 int main(void) {
   ConnectionErrorsHandle* errors = createConnectionErrors();
   ConnectionRowHandle* row = tradesRow("RowByOrder");
@@ -324,6 +399,7 @@ int main(void) {
   operationsOfOtherForms(errors);
   rowsOfAPool();
   transactions(errors);
+  permutations();
   expectReport(errors, NULL);
   deleteConnectionErrors(errors);
   return failures == 0 ? 0 : 1;

@@ -319,4 +319,18 @@ TEST(MemberOrder, OfTimeFormatParser) {
   EXPECT_EQ(sizeof(DataTypes::TimeFormatParser), 32);
 }
 
+class PermutationMembers : public ConnectionPermutation {
+ public:
+  std::vector<const void*> members() const {
+    return {&platToExtNames, &extToPlatNames, &platOrder,      &extOrder,      &direct,
+            &failed,         &prepared,       &platToExtIndex, &extToPlatIndex};
+  }
+};
+
+TEST(MemberOrder, OfConnectionPermutation) {
+  const PermutationMembers permutation;
+  EXPECT_EQ(permutation.members().front(), &permutation) << "no virtual table";
+  EXPECT_THAT(permutation.members(), testing::WhenSorted(testing::ElementsAreArray(permutation.members())));
+}
+
 }  // namespace
