@@ -28,49 +28,51 @@ constexpr std::size_t compactEntryOffset(std::size_t column) {
   return kCompactTableOffset + kCompactEntrySize * column;
 }
 
-// Reads a record without trusting it: nothing outside its length is read, and a column that the record lacks or whose
-// offsets make no sense has no bytes.
-class CompactReader {
+// Where a column's bytes lie in a record; no bytes for a NULL column.
+struct CompactExtent {
+  std::uint32_t begin;
+  std::uint32_t size;
+};
+
+// The header of a record that nobody trusts.
+class CompactHeader {
  public:
-  // The record has at least its length word.
-  CompactReader(const void* record, int columns)
+  // The record has at least its length word, and of `columns` columns those that lie within its length.
+  CompactHeader(const void* record, int columns)
       : record_(record),
-        length_(static_cast<std::size_t>(std::max(load<std::int32_t>(at(record, kCompactLengthOffset)), 0))) {
+        length_(static_cast<std::uint32_t>(std::max(load<std::int32_t>(at(record, kCompactLengthOffset)), 0))) {
     const std::size_t there = length_ < kCompactTableOffset ? 0 : (length_ - kCompactTableOffset) / kCompactEntrySize;
     columns_ = std::min(static_cast<std::size_t>(std::max(columns, 0)), there);
   }
 
-  std::size_t length() const { return length_; }
+  std::uint32_t length() const { return length_; }
   std::size_t columns() const { return columns_; }
+  const unsigned char* bytes() const { return at(record_, 0); }
 
   std::uint16_t tag() const {
     return length_ < kCompactTableOffset ? std::uint16_t{0} : load<std::uint16_t>(at(record_, kCompactTagOffset));
   }
-
   std::int32_t entry(std::size_t column) const { return load<std::int32_t>(at(record_, compactEntryOffset(column))); }
 
-  // The bytes of a column; none for a NULL column, and for a column below 0.
-  std::span<const unsigned char> column(int index) const {
-    const auto column = static_cast<std::size_t>(index);
-    if (column >= columns_) return {};
-    const auto begin = static_cast<std::uint32_t>(entry(column));
-    const std::size_t end = nextEntry(column);
-    if (begin == 0 || begin > end || end > length_) return {};
-    return {at(record_, begin), end - begin};
-  }
-
  private:
-  std::size_t nextEntry(std::size_t column) const {
-    while (++column < columns_) {
-      // A negative offset becomes one past every record's length.
-      if (const std::int32_t next = entry(column); next != 0) return static_cast<std::uint32_t>(next);
-    }
-    return length_;
-  }
-
   const void* record_;
-  std::size_t length_;
+  std::uint32_t length_;
   std::size_t columns_ = 0;
 };
+
+// Finds the extents of all columns and returns the sum of their sizes. One whose offsets make no sense has no bytes, so
+// that nothing outside the record's length is read.
+inline std::int64_t findExtents(const CompactHeader& header, CompactExtent* extents) {
+  std::int64_t sum = 0;
+  std::uint32_t end = header.length();
+  for (std::size_t column = header.columns(); column-- > 0;) {
+    const auto begin = static_cast<std::uint32_t>(header.entry(column));  // a negative one is past every length
+    const bool makesSense = begin != 0 && begin <= end && end <= header.length();
+    extents[column] = {begin, makesSense ? end - begin : 0};
+    sum += extents[column].size;
+    end = begin != 0 ? begin : end;
+  }
+  return sum;
+}
 
 }  // namespace kyv_internal

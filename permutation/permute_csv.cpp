@@ -4,9 +4,11 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <span>
 
 #include "kyv/connection_permutation.h"
 #include "services/byte_search.h"
+#include "services/short_copy.h"
 
 namespace {
 
@@ -47,22 +49,33 @@ class FieldTable {
   }
 
   bool add(const char* block, std::uint64_t separators) {
-    if (count_ + static_cast<std::size_t>(std::popcount(separators)) > kMostFields) return false;
     for (; separators != 0; separators &= separators - 1) {
       begins_[count_++] = block + std::countr_zero(separators) + 1;
     }
-    return true;
+    return count_ <= kMostFields;
   }
 
   std::size_t count_ = 1;
-  std::array<const char*, kMostFields + 1> begins_;  // and where one behind the last would
+  std::array<const char*, kMostFields + kSearchBlock> begins_;  // and where one behind the last would
 };
 
-// Copies the text to `out` and returns its end there.
-char* put(std::string_view text, char* out) {
-  std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
+// Lines, and how their fields are put in order.
+struct LineOrder {
+  std::size_t columns;                    // of the platform order
+  std::span<const std::int32_t> fieldOf;  // each of them; negative for one without a pair, as are those that it lacks
+  char separator;
+  bool withService;
+};
+
+// A place in the output, and the end of the room there.
+struct Output {
+  char* at;
+  const char* end;
+
+  void put(const char* from, const char* fromEnd, std::size_t size) {
+    at = kyv_internal::copyPiece(from, fromEnd, size, at, end);
+  }
+};
 
 // The bytes of a line before the separator behind its two service fields; npos without one.
 std::size_t serviceSize(std::string_view line, char separator) {
@@ -70,49 +83,61 @@ std::size_t serviceSize(std::string_view line, char separator) {
   return first == std::string_view::npos ? first : line.find(separator, first + 1);
 }
 
-}  // namespace
+// False, with what was written up to there, when a field is missing.
+bool putPairedFields(const LineOrder& order, const FieldTable& fields, const char* lineEnd, Output& output) {
+  Output out = output;  // one that no byte written can be taken to change
+  std::size_t column = 0;
+  for (; column < order.columns; ++column) {
+    const std::int32_t paired = column < order.fieldOf.size() ? order.fieldOf[column] : -1;
+    const auto field = static_cast<std::size_t>(paired);
+    if (paired >= 0 && field >= fields.count()) break;
+    // Required as is: an empty first field has a separator before it even where no service fields are.
+    if (paired < 0 || column > 0 || order.withService) *out.at++ = order.separator;
+    if (paired >= 0) out.put(fields.begin(field), lineEnd, fields.size(field));
+  }
+  output = out;
+  return column == order.columns;
+}
 
-char* ConnectionPermutation::putCsvIn(std::string_view line, char separator, bool withService, char* out,
-                                      bool& good) const {
-  good = direct;
-  if (direct) return put(line, out);
-  if (failed) return out;
-  if (withService) {
-    const std::size_t size = serviceSize(line, separator);
-    if (size == std::string_view::npos) return out;
-    out = put(line.substr(0, size), out);
+bool putFields(const LineOrder& order, std::string_view line, Output& out) {
+  FieldTable fields;
+  return fields.read(line, order.separator) && putPairedFields(order, fields, line.data() + line.size(), out);
+}
+
+// Without a terminator.
+bool putLine(const LineOrder& order, std::string_view line, Output& out) {
+  if (order.withService) {
+    const std::size_t size = serviceSize(line, order.separator);
+    if (size == std::string_view::npos) return false;
+    out.put(line.data(), line.data() + line.size(), size);
     line.remove_prefix(size + 1);
   }
-  return putFields(line, separator, withService, out, good);
+  return putFields(order, line, out);
 }
 
-char* ConnectionPermutation::putFields(std::string_view line, char separator, bool withService, char* out,
-                                       bool& good) const {
-  FieldTable fields;
-  if (!fields.read(line, separator)) return out;
-  for (std::size_t i = 0; i < platOrder.size(); ++i) {
-    const std::int32_t field = i < extOfPlat_.size() ? extOfPlat_[i] : -1;
-    if (field >= 0 && static_cast<std::size_t>(field) >= fields.count()) return out;
-    // Required as is: an empty first field has a separator before it even where no service fields are.
-    if (field < 0 || i > 0 || withService) *out++ = separator;
-    if (field >= 0)
-      out = put({fields.begin(static_cast<std::size_t>(field)), fields.size(static_cast<std::size_t>(field))}, out);
-  }
-  good = true;
-  return out;
-}
+}  // namespace
 
 bool ConnectionPermutation::permuteCsvIn(const char* line, char separator, bool withService, char* out) const {
-  bool good;
-  *putCsvIn(line, separator, withService, out, good) = '\0';
+  const std::string_view text(line);
+  Output output{out, out + text.size() + platOrder.size() + 1};
+  bool good = direct;
+  if (direct) {
+    output.put(line, line + text.size(), text.size());
+  } else if (!failed) {
+    good = putLine({platOrder.size(), extOfPlat_, separator, withService}, text, output);
+  }
+  *output.at = '\0';
   return good;
 }
 
 bool ConnectionPermutation::appendCsvIn(std::string_view line, char separator, bool withService,
                                         kyv::ByteBuffer& out) const {
-  bool good;
-  char* const begin = out.prepare(line.size() + platOrder.size());
-  char* const end = putCsvIn(line, separator, withService, begin, good);
-  if (good) out.commit(static_cast<std::size_t>(end - begin));
-  return good;
+  if (direct) out.append(line);
+  if (direct || failed) return direct;
+  const std::size_t room = line.size() + platOrder.size();
+  char* const begin = out.prepare(room);
+  Output output{begin, begin + room};
+  if (!putLine({platOrder.size(), extOfPlat_, separator, withService}, line, output)) return false;
+  out.commit(static_cast<std::size_t>(output.at - begin));
+  return true;
 }

@@ -123,10 +123,7 @@ class KYV_EXPORT ConnectionPermutation {
   Positions extToPlatIndex;
 
  private:
-  // Both write to `out`, without a terminator, and return the end of what was written there.
-  char* putCsvIn(std::string_view line, char separator, bool withService, char* out, bool& good) const;
-  char* putFields(std::string_view line, char separator, bool withService, char* out, bool& good) const;
-
+  bool pairsAll() const;
   bool fail(std::string message, std::string& error);
   bool addPair(bool externalHasNames, std::string_view platform, std::string_view external, std::string& error);
   bool deriveExternalOrder(bool requireNoHoles, std::string& error);
