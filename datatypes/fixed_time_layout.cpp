@@ -29,7 +29,7 @@ std::optional<FixedTimeLayout> FixedTimeLayout::of(std::span<const Step> steps) 
 }
 
 bool FixedTimeLayout::addStep(const Step& step) {
-  if (step.print == kLiteral) return addLiteral(step.literal);
+  if (step.print == kLiteralStep) return addLiteral(step.literal);
   if (step.read != step.print || step.pad || step.operand) return false;
   switch (step.print) {
     case 'Y':

@@ -30,6 +30,10 @@ class FixedTimeLayout {
   static constexpr std::size_t kUsualLength = 19;
   [[nodiscard]] bool parseUsual(const char* text, std::int64_t& seconds) const;
 
+  // Where the digits of the seconds stand; behind the text when the format does not name them.
+  std::size_t secondsAt() const { return offsets_[kSecond]; }
+  std::size_t length() const { return length_; }
+
   // Returns the number of characters, 0 when the year has not four digits. `out` has room for kPrintRoom characters;
   // those behind the text may be overwritten.
   std::size_t print(std::int64_t seconds, char* out) const;

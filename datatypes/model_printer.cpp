@@ -139,6 +139,26 @@ char* printCount(const ModelField& field, WideMicros count, char* out) {
 
 // --- Any field ------------------------------------------------------------------------------------------------------
 
+std::size_t longestFieldText(ModelToken token) {
+  constexpr std::size_t kCount = 20, kFraction = 11, kName = 9, kShortNumber = 6;
+  switch (token) {
+    case kLiteral:
+      return 1;
+    case kMIC:
+    case kMS:
+    case kSE:
+      return kCount;
+    case kFF:
+    case kFFn:
+      return kFraction;
+    case kMONTH:
+    case kDAY:
+      return kName;
+    default:
+      return kShortNumber;
+  }
+}
+
 char* printField(const ModelField& field, const PrintedTime& time, char* out) {
   const Number number = numberOf(field.token, time.clock);
   if (number.width > 0) return printNumber(filled(number, field.fill), out);

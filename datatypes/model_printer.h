@@ -62,6 +62,9 @@ inline double instantOf(std::int64_t value, std::int64_t microsPerUnit) {
 
 // --- Any field ------------------------------------------------------------------------------------------------------
 
+// Of a literal 1. REQUIRES: the token is no zone's name.
+std::size_t longestFieldText(ModelToken token);
+
 // A field as the model has it.
 struct ModelField {
   ModelToken token;

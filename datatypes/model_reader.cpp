@@ -313,6 +313,7 @@ bool readName(const ReadingField& field, TextInput& input, int& index) {
   const std::span<const NameSlot> names = namesOf(field.token, field.letters);
   std::size_t longest = 0;
   for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i].text[0] != current(input)) continue;
     const std::string_view name = names[i].view();
     if (name.size() <= longest || !rest(input).starts_with(name)) continue;
     longest = name.size();

@@ -116,7 +116,7 @@ void StepPrinter::print(const Step& step) {
   switch (step.print) {
     case kNothing:
       return;
-    case kLiteral:
+    case kLiteralStep:
       return text_.append(step.literal);
     case kByLibrary:
       return printByLibrary(step);

@@ -152,7 +152,7 @@ bool TextReader::read(const Step& step) {
       return true;
     case kNever:
       return false;
-    case kLiteral:
+    case kLiteralStep:
       return readLiteral(step.literal);
     case kBlanks:
       return skipSpace();

@@ -70,7 +70,7 @@ constexpr Conversion kConversions[] = {
     {'z', kReads | kPrintsPlain},
 };
 
-constexpr char readLiteral(char literal) { return isSpace(literal) ? kBlanks : kLiteral; }
+constexpr char readLiteral(char literal) { return isSpace(literal) ? kBlanks : kLiteralStep; }
 
 // What to read for a conversion, kNothing where the steps of its expansion do it.
 constexpr char readCode(const Conversion& conversion, char modifier) {
@@ -99,7 +99,7 @@ constexpr std::array<Letter, 128> kLetters = [] {
   std::array<Letter, 128> letters{};
   for (const Conversion& row : kConversions)
     letters[static_cast<unsigned char>(row.letter)] = {
-        row, {.read = readCode(row, 0), .print = row.literal ? kLiteral : row.letter, .literal = row.literal}};
+        row, {.read = readCode(row, 0), .print = row.literal ? kLiteralStep : row.letter, .literal = row.literal}};
   return letters;
 }();
 
@@ -170,7 +170,7 @@ void PercentSteps::addFormat(std::string_view format) {
 std::size_t PercentSteps::addLiteral(char literal) {
   Step& step = add();
   step.read = readLiteral(literal);
-  step.print = kLiteral;
+  step.print = kLiteralStep;
   step.literal = literal;
   return 1;
 }

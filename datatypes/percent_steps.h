@@ -16,10 +16,10 @@ namespace kyv_internal {
 
 // What a step does when it is none of the conversions, which are written as their letter.
 inline constexpr char kNothing = 0;
-inline constexpr char kLiteral = 1;    // the one character `literal`
-inline constexpr char kBlanks = 2;     // reads any white space, also none
-inline constexpr char kNever = 3;      // matches no text
-inline constexpr char kByLibrary = 4;  // prints what strftime makes of the conversion's text
+inline constexpr char kLiteralStep = 1;  // the one character `literal`
+inline constexpr char kBlanks = 2;       // reads any white space, also none
+inline constexpr char kNever = 3;        // matches no text
+inline constexpr char kByLibrary = 4;    // prints what strftime makes of the conversion's text
 
 struct Step {
   char read = kNothing;

@@ -5,28 +5,17 @@
 
 #include "datatypes/model_reader.h"
 #include "datatypes/time_zone.h"
-#include "kyv/time_to_string.h"
 
 namespace kyv_internal {
 namespace {
 
 constexpr std::int64_t kMicrosPerSecond = 1'000'000;
 
-// The zone's own name may be another one than the text has.
-std::optional<std::int64_t> shiftInto(const std::string& zoneName, std::int64_t seconds) {
-  const std::optional<Zone> zone = Zone::open(zoneName.c_str());
-  long micros;
-  if (!zone || __builtin_mul_overflow(seconds, kMicrosPerSecond, &micros) ||
-      !DataTypes::toTimeZone(micros, "UTC", zone->id().c_str(), micros))
-    return std::nullopt;
-  return micros / kMicrosPerSecond;
-}
-
 bool readValue(const char* text, const char* model, std::int64_t microsPerUnit, long& result) {
   DataTypes::TimeFormatParser_TimeFromString parser(text, std::strlen(text));
   if (!parser.Parse(model, std::strlen(model))) return false;
   const auto value = valueOf(parser.fields, microsPerUnit,
-                             [&](std::int64_t seconds) { return shiftInto(parser.fields.zone, seconds); });
+                             [&](std::int64_t seconds) { return secondsInZone(parser.fields.zone, seconds); });
   if (value) result = *value;
   return value.has_value();
 }

@@ -1,9 +1,13 @@
 #include "datatypes/time_zone.h"
 
+#include <unicode/basictz.h>
 #include <unicode/timezone.h>
+#include <unicode/tzrule.h>
+#include <unicode/tztrans.h>
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "kyv/time_to_string.h"
 
@@ -17,10 +21,6 @@ constexpr std::string_view kUnknownZone = "Etc/Unknown";
 
 // More than any zone's name has. What is longer is unknown without asking.
 constexpr std::size_t kLongestName = 255;
-
-// The instants that ICU has a calendar for: the first and the last day of its years, in milliseconds.
-constexpr double kFirstInstant = -184303902528000000.0;
-constexpr double kLastInstant = 183882168921600000.0;
 
 bool isUtc(const char* name) {
   if (name == nullptr || *name == '\0') return true;
@@ -49,6 +49,9 @@ std::string idOf(const icu::TimeZone& zone) {
 
 struct Zone::Rules {
   std::unique_ptr<const icu::TimeZone> zone;
+
+  // Every zone that ICU makes by its name is a basic one: it can tell its changes.
+  const icu::BasicTimeZone& changing() const { return dynamic_cast<const icu::BasicTimeZone&>(*zone); }
 };
 
 void Zone::DeleteRules::operator()(Rules* rules) const { delete rules; }
@@ -80,6 +83,24 @@ std::optional<ZoneOffset> Zone::offsetByRules(double millis) const {
   return ZoneOffset{rawOffset_, daylight ? saving_ : 0, daylight};
 }
 
+DaylightTable Zone::daylightTable() const {
+  if (rules_ == nullptr) return {};
+  const bool before = offsetAt(kFirstInstant).value_or(ZoneOffset{}).daylight;
+  std::vector<std::int64_t> changes;
+  bool inForce = before;
+  icu::TimeZoneTransition change;
+  double millis = kFirstInstant;
+  while (rules_->changing().getNextTransition(millis, 0, change)) {
+    millis = change.getTime();
+    const auto seconds = static_cast<std::int64_t>(millis / 1000);
+    if (seconds >= DaylightTable::kCycleEnd) break;
+    if ((change.getTo()->getDSTSavings() != 0) == inForce) continue;
+    inForce = !inForce;
+    changes.push_back(seconds);
+  }
+  return {before, std::move(changes)};
+}
+
 std::string Zone::displayName(bool daylight, NameStyle style) const {
   const RulesPtr utc = rules_ == nullptr ? rulesOf(kUtc) : nullptr;
   const Rules* const rules = rules_ != nullptr ? rules_.get() : utc.get();
@@ -88,6 +109,17 @@ std::string Zone::displayName(bool daylight, NameStyle style) const {
   const auto length = style == NameStyle::kLong ? icu::TimeZone::LONG : icu::TimeZone::SHORT;
   rules->zone->getDisplayName(static_cast<UBool>(daylight), length, name);
   return utf8(name);
+}
+
+// The zone's own name may be another one than it was opened with.
+std::optional<std::int64_t> secondsInZone(const std::string& zoneName, std::int64_t seconds) {
+  constexpr std::int64_t kMicrosPerSecond = 1'000'000;
+  const std::optional<Zone> zone = Zone::open(zoneName.c_str());
+  long micros;
+  if (!zone || __builtin_mul_overflow(seconds, kMicrosPerSecond, &micros) ||
+      !DataTypes::toTimeZone(micros, "UTC", zone->id().c_str(), micros))
+    return std::nullopt;
+  return micros / kMicrosPerSecond;
 }
 
 }  // namespace kyv_internal

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "datatypes/daylight_table.h"
+
 namespace kyv_internal {
 
 // What a zone's clocks show at one instant, in milliseconds.
@@ -21,6 +23,10 @@ struct ZoneOffset {
 
   std::int32_t total() const { return raw + saving; }
 };
+
+// The instants that ICU has a calendar for: the first and the last day of its years, in milliseconds.
+inline constexpr double kFirstInstant = -184303902528000000.0;
+inline constexpr double kLastInstant = 183882168921600000.0;
 
 class Zone {
  public:
@@ -43,6 +49,12 @@ class Zone {
     return rules_ == nullptr ? ZoneOffset{0, 0, false} : offsetByRules(millis);
   }
 
+  // The same of any instant in its calendar, without the zone. Takes about a millisecond.
+  DaylightTable daylightTable() const;
+
+  // What daylight saving adds while it is in force, in milliseconds.
+  std::int32_t saving() const { return saving_; }
+
   // The name for people, in the process's default locale, as UTF-8.
   std::string displayName(bool daylight, NameStyle style) const;
 
@@ -60,5 +72,9 @@ class Zone {
   std::int32_t rawOffset_ = 0;
   std::int32_t saving_ = 0;
 };
+
+// What clocks of a zone show at seconds since 1970, as seconds again. Nothing for a name that ICU does not know, and
+// where microseconds are beyond 64 bits.
+[[nodiscard]] std::optional<std::int64_t> secondsInZone(const std::string& zoneName, std::int64_t seconds);
 
 }  // namespace kyv_internal

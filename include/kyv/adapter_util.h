@@ -22,5 +22,6 @@
 #include "kyv/string_utility.h"
 #include "kyv/time_format_parser.h"
 #include "kyv/time_from_string.h"
+#include "kyv/time_model.h"
 #include "kyv/time_to_string.h"
 #include "kyv/time_unit.h"
