@@ -39,6 +39,7 @@ text to time by compiled model, ICU|50
 time to text by compiled model, in a zone|0.5
 time to text by compiled model, zone and its offset|0.5
 text to time by compiled model, in a zone|0.5
+1000 statistics|0.5
 kyv convert|5
 kyv print|5
 kyv convert, 2 threads|1.8
@@ -48,7 +49,8 @@ max_peak_kilobytes=65536
 build() {
   cmake --preset release >/dev/null
   cmake --build --preset release --target kyv model_benchmark pool_benchmark record_benchmark row_benchmark \
-    text_benchmark time_model_benchmark make_trades getline_convert getline_print measure_run >/dev/null
+    services_benchmark text_benchmark time_model_benchmark make_trades getline_convert getline_print measure_run \
+    >/dev/null
 }
 
 bin=build/release/benchmarks
@@ -67,7 +69,7 @@ best() {
 # Processor nanoseconds an item. The list of names comes first, with measures that never are the best, for the order.
 micro_benchmarks() {
   local program
-  for program in row_benchmark record_benchmark pool_benchmark text_benchmark model_benchmark time_model_benchmark; do
+  for program in {row,record,pool,text,model,time_model,services}_benchmark; do
     "$bin/$program" --benchmark_list_tests=true | sed -E 's#^([^/]*)/(kyv|peer).*#\1|\2|1e9#'
     "$bin/$program" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
       --benchmark_enable_random_interleaving=true --benchmark_min_time=0.05 2>/dev/null |

@@ -2,6 +2,7 @@
 
 // Everything that the library offers to C++.
 
+#include "kyv/adapter_statistics_map.h"
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_errors.h"
 #include "kyv/connection_permutation.h"

@@ -36,6 +36,7 @@ typedef struct ConnectionRowPoolHandle ConnectionRowPoolHandle;
 typedef struct ConnectionRawTransHandle ConnectionRawTransHandle;
 typedef struct ConnectionErrorsHandle ConnectionErrorsHandle;
 typedef struct ConnectionPermutationHandle ConnectionPermutationHandle;
+typedef struct AdapterStatisticsMapHandle AdapterStatisticsMapHandle;
 
 /* --- Types -------------------------------------------------------------------------------------------------------- */
 
@@ -254,6 +255,23 @@ KYV_EXPORT int getExtOrderSize(ConnectionPermutationHandle* permutation);
 KYV_EXPORT const char** getExtOrder(ConnectionPermutationHandle* permutation);
 /* Stores a new text with the external name at an index from 0 on; null outside the order. */
 KYV_EXPORT void getColumnNameFromExtOrder(ConnectionPermutationHandle* permutation, int index, char** out);
+
+/* --- Statistics --------------------------------------------------------------------------------------------------- */
+
+KYV_EXPORT AdapterStatisticsMapHandle* createAdapterStatisticsMap(void);
+/* Destroys object and handle, but not the texts that getAdapterStatistics gave: cleanUpAdapterStatistics before it
+ * does. Nothing for null. */
+KYV_EXPORT void deleteAdapterStatisticsMap(AdapterStatisticsMapHandle* statistics);
+/* Sets the value of a name; both are copied, and the copies stay until cleanUpAdapterStatistics. The result tells
+ * nothing but that it was done: it is not null. */
+KYV_EXPORT void* addAdapterStatistics(AdapterStatisticsMapHandle* statistics, const char* name, const char* value);
+/* Stores the names and values, at most `capacity` of each and in no order that means anything, and returns how many
+ * there are. The texts are valid until cleanUpAdapterStatistics, a value until its name's next update. With a capacity
+ * of 0 the arrays may be null. */
+KYV_EXPORT int getAdapterStatistics(AdapterStatisticsMapHandle* statistics, int capacity, const char** names,
+                                    const char** values);
+/* Removes all statistics and releases their texts. */
+KYV_EXPORT void cleanUpAdapterStatistics(AdapterStatisticsMapHandle* statistics);
 
 #ifdef __cplusplus
 }

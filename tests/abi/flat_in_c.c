@@ -384,6 +384,26 @@ static void permutations(void) {
   deleteConnectionPermutation(NULL);
 }
 
+static void statistics(void) {
+  AdapterStatisticsMapHandle* map = createAdapterStatisticsMap();
+  const char* names[2] = {NULL, NULL};
+  const char* values[2] = {NULL, NULL};
+  expectNumber("none", getAdapterStatistics(map, 0, NULL, NULL), 0);
+  expectNumber("added", addAdapterStatistics(map, "rows", "1") != NULL, true);
+  expectNumber("updated", addAdapterStatistics(map, "rows", "2") != NULL, true);
+  expectNumber("one name", getAdapterStatistics(map, 2, names, values), 1);
+  expectText("name", names[0], "rows");
+  expectText("value", values[0], "2");
+  addAdapterStatistics(map, "Rows", "3");
+  names[1] = NULL;
+  expectNumber("two names, though one is asked for", getAdapterStatistics(map, 1, names, values), 2);
+  expectText("only one is stored", names[1], NULL);
+  cleanUpAdapterStatistics(map);
+  expectNumber("cleaned up", getAdapterStatistics(map, 2, names, values), 0);
+  deleteAdapterStatisticsMap(map);
+  deleteAdapterStatisticsMap(NULL);
+}
+
 int main(void) {
   ConnectionErrorsHandle* errors = createConnectionErrors();
   ConnectionRowHandle* row = tradesRow("RowByOrder");
@@ -400,6 +420,7 @@ int main(void) {
   rowsOfAPool();
   transactions(errors);
   permutations();
+  statistics();
   expectReport(errors, NULL);
   deleteConnectionErrors(errors);
   return failures == 0 ? 0 : 1;

@@ -333,4 +333,16 @@ TEST(MemberOrder, OfConnectionPermutation) {
   EXPECT_THAT(permutation.members(), testing::WhenSorted(testing::ElementsAreArray(permutation.members())));
 }
 
+struct StatisticsMembers : AdapterStatisticsMap {
+  static std::vector<std::ptrdiff_t> offsets() {
+    return {offsetOf(&StatisticsMembers::statistics), offsetOf(&StatisticsMembers::ownedCopies)};
+  }
+};
+
+TEST(MemberOrder, OfAdapterStatisticsMap) {
+  EXPECT_THAT(StatisticsMembers::offsets(),
+              testing::ElementsAre(sizeof(void*), sizeof(void*) + sizeof(AdapterStatisticsMap::HashMap)));
+  expectInThisOrder({slot("cleanUpData", &AdapterStatisticsMap::cleanUpData)});
+}
+
 }  // namespace

@@ -157,6 +157,13 @@ TEST(NamedRow, MakesNewRowsWithItsSettings) {
 TEST(NamedFields, HashTakesBytesAsSignedCharacters) {
   EXPECT_EQ(kyv_internal::cStringHash("ab"), 5U * 'a' + 'b');
   EXPECT_EQ(kyv_internal::cStringHash("a\xFF"), 5U * 'a' - 1);
+  std::string text;
+  std::size_t expected = 0;
+  for (const char c : {'a', '\x80', 'b', '\xFF', '\x7F', '\xFE', 'z', '\x81', ' ', '\xC3'}) {
+    text += c;
+    expected = 5 * expected + static_cast<std::size_t>(static_cast<signed char>(c));
+    EXPECT_EQ(kyv_internal::cStringHash(text), expected) << text.size() << " bytes";
+  }
 }
 
 // The text of a name, "none" without one.
