@@ -20,6 +20,12 @@ row of a pool|3
 row of a pool, 2 threads|3
 10 fields by name|0.67
 100 fields by name|0.67
+line of 10 columns|6
+line of 10 columns, copied|0.33
+record of 10 columns|0.5
+line of 20 columns|6
+line of 20 columns, copied|0.33
+record of 20 columns|0.5
 text to date|5
 text to timestamp|5
 timestamp to text|8
@@ -48,9 +54,9 @@ max_peak_kilobytes=65536
 
 build() {
   cmake --preset release >/dev/null
-  cmake --build --preset release --target kyv model_benchmark pool_benchmark record_benchmark row_benchmark \
-    services_benchmark text_benchmark time_model_benchmark make_trades getline_convert getline_print measure_run \
-    >/dev/null
+  cmake --build --preset release --target kyv model_benchmark permutation_benchmark pool_benchmark record_benchmark \
+    row_benchmark services_benchmark text_benchmark time_model_benchmark make_trades getline_convert getline_print \
+    measure_run >/dev/null
 }
 
 bin=build/release/benchmarks
@@ -69,7 +75,7 @@ best() {
 # Processor nanoseconds an item. The list of names comes first, with measures that never are the best, for the order.
 micro_benchmarks() {
   local program
-  for program in {row,record,pool,text,model,time_model,services}_benchmark; do
+  for program in {row,record,pool,permutation,text,model,time_model,services}_benchmark; do
     "$bin/$program" --benchmark_list_tests=true | sed -E 's#^([^/]*)/(kyv|peer).*#\1|\2|1e9#'
     "$bin/$program" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
       --benchmark_enable_random_interleaving=true --benchmark_min_time=0.05 2>/dev/null |

@@ -40,13 +40,6 @@ std::vector<ColumnType> typesOf(const ConnectionRowType& schema) {
   return types;
 }
 
-// Each column's name as a JSON string with a colon behind.
-std::vector<std::string> jsonKeysOf(const ConnectionRowType& schema) {
-  std::vector<std::string> keys;
-  for (int i = 0; i < schema.getColumnCount(); ++i) keys.push_back(jsonKey(schema.getColumnName(i)));
-  return keys;
-}
-
 // Appends a value that is neither a string nor binary and returns its text, which lies in `out`.
 std::string_view appendValue(const StoredColumn& column, const FormatSet& formats, ByteBuffer& out) {
   char* const text = out.prepare(kyv_internal::kMaxValueText);
@@ -176,8 +169,18 @@ void appendJsonColumn(const StoredColumn& column, const FormatSet& formats, Byte
 }  // namespace
 
 struct RecordPrinter::Parts {
-  explicit Parts(const ConnectionRowType& schema)
-      : streamName(schema.getStreamName()), types(typesOf(schema)), jsonKeys(jsonKeysOf(schema)) {}
+  explicit Parts(const ConnectionRowType& schema) : streamName(schema.getStreamName()), schemaTypes(typesOf(schema)) {
+    for (int i = 0; i < schema.getColumnCount(); ++i) addColumn(i, schema.getColumnName(i));
+  }
+
+  void addColumn(int column, const char* name) {
+    constexpr auto kNowhere = static_cast<std::size_t>(-1);
+    const auto index = static_cast<std::size_t>(column);
+    const bool isThere = index < schemaTypes.size();
+    indexes.push_back(isThere ? index : kNowhere);
+    types.push_back(isThere ? schemaTypes[index] : ColumnType());
+    jsonKeys.push_back(jsonKey(name));
+  }
 
   // Changes a format or the separator.
   template <class Setting, class Value>
@@ -189,7 +192,7 @@ struct RecordPrinter::Parts {
   void appendDelimitedColumns(const RowReader& reader, ByteBuffer& out) const {
     const FormatSet set = formats.set();
     for (std::size_t i = 0; i < types.size(); ++i) {
-      const std::span<const unsigned char> value = reader.column(i);
+      const std::span<const unsigned char> value = reader.column(indexes[i]);
       char* const begin = out.prepare(kColumnRoom + 2 * value.size());
       char* end = begin;
       if (i != 0) *end++ = separator;
@@ -203,11 +206,14 @@ struct RecordPrinter::Parts {
     for (std::size_t i = 0; i < types.size(); ++i) {
       if (i != 0) out.append(",");
       out.append(jsonKeys[i]);
-      appendJsonColumn({types[i], reader.column(i)}, set, out);
+      appendJsonColumn({types[i], reader.column(indexes[i])}, set, out);
     }
   }
 
   std::string streamName;
+  std::vector<ColumnType> schemaTypes;
+  // Of the columns to print; an index outside the record for one that is always NULL.
+  std::vector<std::size_t> indexes;
   std::vector<ColumnType> types;
   std::vector<std::string> jsonKeys;
   kyv_internal::RowFormats formats;
@@ -224,6 +230,13 @@ void RecordPrinter::setTimestampFormat(const char* format) { parts_->set(parts_-
 void RecordPrinter::setTimeFormat(const char* format) { parts_->set(parts_->formats.time, format); }
 void RecordPrinter::setSeparator(char separator) { parts_->set(parts_->separator, separator); }
 void RecordPrinter::setWithService(bool withService) { parts_->withService = withService; }
+
+void RecordPrinter::setColumns(const std::vector<Column>& columns) {
+  parts_->indexes.clear();
+  parts_->types.clear();
+  parts_->jsonKeys.clear();
+  for (const Column& column : columns) parts_->addColumn(column.index, column.name.c_str());
+}
 
 bool RecordPrinter::appendDelimited(const void* record, unsigned long recordNo, ConnectionErrors& errors,
                                     ByteBuffer& out) {

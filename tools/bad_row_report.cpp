@@ -38,24 +38,31 @@ Extent window(std::string_view row, Extent line, std::size_t field) {
   return {begin, end};
 }
 
-std::string shownRow(const BadRowReport& report) {
-  const Extent line = lineAround(report.row, report.fieldBegin);
-  const Extent shown = window(report.row, line, report.fieldBegin);
-  const std::string_view left = shown.begin > line.begin ? kClipped : "";
-  std::string out(kIndent);
-  out += left;
-  out += printable(report.row.substr(shown.begin, shown.end - shown.begin));
-  if (shown.end < line.end) out += kClipped;
-  out += '\n';
-  if (report.column.empty()) return out;
+// What is shown of a text, and the line under it.
+struct ShownText {
+  std::string text;
+  std::string caret;
+};
 
-  const std::string_view before = report.row.substr(shown.begin, report.fieldBegin - shown.begin);
-  const std::size_t end = std::max(std::min(report.fieldEnd, shown.end), report.fieldBegin);
-  const std::size_t under = countCharacters(report.row.substr(report.fieldBegin, end - report.fieldBegin));
-  out.append(kIndent.size() + left.size() + countCharacters(before), ' ');
-  out += '^';
-  out.append(under > 0 ? under - 1 : 0, '~');
-  return out + '\n';
+ShownText showText(std::string_view text, Extent part) {
+  const Extent line = lineAround(text, part.begin);
+  const Extent shown = window(text, line, part.begin);
+  const std::string_view left = shown.begin > line.begin ? kClipped : "";
+  ShownText out;
+  out.text = std::string(kIndent) + std::string(left) + printable(text.substr(shown.begin, shown.end - shown.begin));
+  if (shown.end < line.end) out.text += kClipped;
+
+  const std::string_view before = text.substr(shown.begin, part.begin - shown.begin);
+  const std::size_t end = std::max(std::min(part.end, shown.end), part.begin);
+  const std::size_t under = countCharacters(text.substr(part.begin, end - part.begin));
+  out.caret = std::string(kIndent.size() + left.size() + countCharacters(before), ' ') + '^';
+  out.caret.append(under > 0 ? under - 1 : 0, '~');
+  return out;
+}
+
+std::string shownRow(const BadRowReport& report) {
+  const ShownText shown = showText(report.row, {report.fieldBegin, report.fieldEnd});
+  return shown.text + '\n' + (report.column.empty() ? "" : shown.caret + '\n');
 }
 
 }  // namespace
@@ -67,6 +74,11 @@ std::string reportText(const BadRowReport& report) {
   if (!report.column.empty()) out += "column \"" + printable(report.column) + "\": ";
   out += printableClipped(report.message, kMostMessageBytes) + '\n';
   return report.row.empty() ? out : out + shownRow(report);
+}
+
+std::string markedText(std::string_view text, std::size_t begin, std::size_t end) {
+  const ShownText shown = showText(text, {begin, end});
+  return shown.text + '\n' + shown.caret;
 }
 
 }  // namespace kyv_internal

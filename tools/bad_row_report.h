@@ -28,4 +28,7 @@ struct BadRowReport {
 // of a row of several lines the line in which the field begins.
 std::string reportText(const BadRowReport& report);
 
+// A text and a caret under a part of it, as two lines without a line feed behind; of a long text the part around.
+std::string markedText(std::string_view text, std::size_t begin, std::size_t end);
+
 }  // namespace kyv_internal

@@ -108,6 +108,10 @@ CLI::Option* addNumber(CLI::App& app, const char* name, const char* help, std::u
   return app.add_option_function<std::uint64_t>(name, store, help)->type_name("N")->check(check);
 }
 
+void addPermutation(CLI::App& app, CommandOptions& options, const char* help) {
+  app.add_option("--permutation", options.permutation, help)->type_name("TEXT");
+}
+
 void addThreads(CLI::App& app, CommandOptions& options) {
   addNumber(app, "--threads", "Threads that convert side by side; the output stays in order", 1, kMostThreads,
             [&options](std::uint64_t count) { options.threads = count; });
@@ -192,6 +196,9 @@ void addConvertOptions(CLI::App& app, CommandOptions& options) {
   addQuoted(app, options);
   addSeparator(app, options);
   addService(app, options, "Lines begin with the stream's name and the operation: i, u, d or p");
+  addPermutation(app, options,
+                 "Which field each column is taken from: COLUMN=FIELD:COLUMN=FIELD..., fields by their names in the "
+                 "header, or field_00, field_01, ... without one");
   addFormats(app, options);
   addThreads(app, options);
   addReporting(app, options);
@@ -207,6 +214,8 @@ void addPrintOptions(CLI::App& app, CommandOptions& options) {
   addFlag(app, "--header", options.text.header, true, "Begin with a line of column names");
   addSeparator(app, options);
   addService(app, options, "Begin each line with the stream's name and the operation: i, u, d or p");
+  addPermutation(app, options,
+                 "Which fields to write, and in which order: COLUMN=FIELD:COLUMN=FIELD..., as for convert");
   addFormats(app, options);
   addThreads(app, options);
   addReporting(app, options);

@@ -26,6 +26,7 @@ struct CommandOptions {
   PrintForm form = PrintForm::kDelimited;
   std::size_t threads = 1;
   std::optional<std::uint64_t> maxErrors;  // bad rows after which a run stops
+  std::string permutation;                 // pairs COLUMN=FIELD; none when empty
   std::string rejects;                     // a file for bad rows as they stand; none when empty
   bool quiet = false;
   bool json = false;  // the summary as JSON

@@ -87,8 +87,14 @@ void ConversionRun::convertBlocks() {
 bool ConversionRun::read(Slot& slot) {
   if (!reader_->next(slot.block)) return false;
   slot.firstLine = plan_.firstLine;
-  if (slot.block.text().find_first_not_of("\r\n") != std::string_view::npos) plan_.firstLine = FirstLine::kRow;
-  return true;
+  if (slot.block.text().find_first_not_of("\r\n") == std::string_view::npos) return true;
+  plan_.firstLine = FirstLine::kRow;
+  return slot.firstLine == FirstLine::kRow || takeHeader(slot.block.text());
+}
+
+bool ConversionRun::takeHeader(std::string_view text) {
+  if (plan_.takeHeader) headerFault_ = plan_.takeHeader(text);
+  return headerFault_.empty();
 }
 
 void ConversionRun::convert(Slot& slot) const {
@@ -213,6 +219,10 @@ ExitStatus ConversionRun::finish() {
   progress_->hide();
   const bool stopped = badRows_.isFull();
   const bool wasInterrupted = interrupted() && reader_->failed();
+  if (!headerFault_.empty()) {
+    complainInLines(headerFault_);
+    return ExitStatus::kUsage;
+  }
   if (output_.readerHasGone()) return ExitStatus::kOk;
   const bool complete = error_.empty() && !stopped && !wasInterrupted;
   if (!error_.empty() || (complete && !output_.commit(error_))) {

@@ -35,6 +35,8 @@ struct ConversionPlan {
   std::function<std::unique_ptr<RowConverter>()> makeConverter;
   std::vector<std::string> columns;  // their names
   std::string preamble;              // written before all rows
+  // Told of the text that begins with the header, before any row is converted. A message ends the run.
+  std::function<std::string(std::string_view text)> takeHeader;
 };
 
 class ConversionRun {
@@ -56,6 +58,7 @@ class ConversionRun {
   bool checkPaths() const;
   void convertBlocks();
   bool read(Slot& slot);
+  bool takeHeader(std::string_view text);
   void convert(Slot& slot) const;
   bool write(Slot& slot);
   bool writeRows(const Slot& slot);
@@ -81,6 +84,7 @@ class ConversionRun {
   RunSummary summary_;
   std::uint64_t lines_ = 0;  // before the block that is written
   std::string error_;        // why the run failed
+  std::string headerFault_;  // why the header does not fit the options
 };
 
 }  // namespace kyv_internal

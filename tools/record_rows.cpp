@@ -16,11 +16,13 @@ using DALVON::Kyv::strprintf;
 
 class RecordRows final : public RowConverter {
  public:
-  RecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form)
+  RecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
+             const std::vector<kyv::RecordPrinter::Column>& columns)
       : schema_(schema), form_(form), printer_(schema_) {
     layout.applyFormats(printer_);
     printer_.setSeparator(layout.separator.value_or(kDefaultSeparator));
     printer_.setWithService(layout.service);
+    printer_.setColumns(columns);
   }
 
   RowFault explain(std::string_view row, unsigned long recordNo) override {
@@ -52,17 +54,23 @@ class RecordRows final : public RowConverter {
 
 }  // namespace
 
-std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, const TextLayout& layout,
-                                             PrintForm form) {
-  return std::make_unique<RecordRows>(schema, layout, form);
+std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
+                                             const std::vector<kyv::RecordPrinter::Column>& columns) {
+  return std::make_unique<RecordRows>(schema, layout, form, columns);
+}
+
+std::vector<kyv::RecordPrinter::Column> columnsOf(const kyv::StreamSchema& schema) {
+  std::vector<kyv::RecordPrinter::Column> columns;
+  for (int i = 0; i < schema.getColumnCount(); ++i) columns.push_back({i, schema.getColumnName(i)});
+  return columns;
 }
 
 // A header is printed like any record, of columns that hold their own names.
-std::string headerLine(const kyv::StreamSchema& schema, const TextLayout& layout) {
+std::string headerLine(const std::vector<kyv::RecordPrinter::Column>& columns, const TextLayout& layout) {
   std::vector<kyv::StreamColumn> names;
   if (layout.service) names = {{"stream", DataTypes::kString}, {"operation", DataTypes::kString}};
-  for (int i = 0; i < schema.getColumnCount(); ++i) names.push_back({schema.getColumnName(i), DataTypes::kString});
-  kyv::StreamSchema header(schema.getStreamName(), schema.getStreamId(), names);
+  for (const kyv::RecordPrinter::Column& column : columns) names.push_back({column.name, DataTypes::kString});
+  kyv::StreamSchema header("header", 0, names);
   ConnectionRowByOrder row;
   row.setStreamType(&header, false);
   for (const kyv::StreamColumn& column : names) row.appendFieldAsString(column.name);

@@ -4,7 +4,9 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "kyv/record_printer.h"
 #include "kyv/stream_schema.h"
 #include "row_converter.h"
 #include "text_layout.h"
@@ -13,9 +15,14 @@ namespace kyv_internal {
 
 enum class PrintForm { kDelimited, kJson };
 
-std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form);
+// Each record becomes a line of these columns.
+std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
+                                             const std::vector<kyv::RecordPrinter::Column>& columns);
+
+// The columns of a schema, as they stand there.
+std::vector<kyv::RecordPrinter::Column> columnsOf(const kyv::StreamSchema& schema);
 
 // The line of column names above delimited text, written as its fields are.
-std::string headerLine(const kyv::StreamSchema& schema, const TextLayout& layout);
+std::string headerLine(const std::vector<kyv::RecordPrinter::Column>& columns, const TextLayout& layout);
 
 }  // namespace kyv_internal

@@ -16,6 +16,7 @@ using DALVON::Kyv::strprintf;
 constexpr std::size_t kServiceFields = 2;  // stream name and operation
 constexpr int kNoColumn = -1;
 constexpr char kNulMessage[] = "the line holds a NUL byte";
+constexpr char kNoStreamMessage[] = "contains no stream name";
 constexpr unsigned int kBaseType = 0xFF;  // the base type's bits of a type code
 
 const char* quotedFaultText(QuotedFault fault) {
@@ -44,11 +45,27 @@ void prepareRow(Row& row, kyv::StreamSchema& schema, const TextLayout& layout) {
   layout.applyFormats(row);
 }
 
+// The line as a row reads it, without its end.
+std::string_view withoutLineEnd(std::string_view line) {
+  if (line.ends_with('\n')) line.remove_suffix(1);
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+using SharedOrder = std::shared_ptr<const FieldOrder>;
+
+// The position of a column's field behind the service fields.
+std::size_t fieldOf(const SharedOrder& order, int column) {
+  return static_cast<std::size_t>(order == nullptr ? column : order->fieldOf(column));
+}
+
 // A line whose fields lie between separators, without escape.
 class PlainLine {
  public:
-  PlainLine(kyv::StreamSchema& schema, const TextLayout& layout)
-      : separator_(layout.separator.value_or(kDefaultSeparator)), serviceFields_(layout.service ? kServiceFields : 0) {
+  PlainLine(kyv::StreamSchema& schema, const TextLayout& layout, SharedOrder order)
+      : separator_(layout.separator.value_or(kDefaultSeparator)),
+        serviceFields_(layout.service ? kServiceFields : 0),
+        order_(std::move(order)) {
     prepareRow(row_, schema, layout);
     row_.setSeparator(separator_);
     row_.setWithService(layout.service);
@@ -57,11 +74,11 @@ class PlainLine {
   bool append(std::string_view line, bool holdsNul, unsigned long recordNo, ConnectionErrors& errors,
               kyv::ByteBuffer& out) {
     failedColumn_ = kNoColumn;
-    if (holdsNul) {
-      errors.addGeneral(strprintf("record %lu: %s", recordNo, kNulMessage));
+    if (const std::string reason = refuse(line, holdsNul); !reason.empty()) {
+      errors.addGeneral(strprintf("record %lu: %s", recordNo, reason.c_str()));
       return false;
     }
-    const bool good = row_.appendRow(line, recordNo, errors, out);
+    const bool good = row_.appendRow(order_ == nullptr ? line : reorder(line), recordNo, errors, out);
     failedColumn_ = row_.failedColumn();
     return good;
   }
@@ -70,17 +87,39 @@ class PlainLine {
   int failedColumn() const { return failedColumn_; }
 
   void findField(std::string_view line, RowFault& fault) const {
-    const std::size_t before = serviceFields_ + static_cast<std::size_t>(fault.column);
+    const std::size_t before = serviceFields_ + fieldOf(order_, fault.column);
     for (std::size_t i = 0; i < before; ++i) fault.fieldBegin = line.find(separator_, fault.fieldBegin) + 1;
     const char ends[] = {separator_, '\r', '\n'};
     fault.fieldEnd = std::min(line.find_first_of({ends, sizeof ends}, fault.fieldBegin), line.size());
   }
 
  private:
+  // What makes the line unfit before its fields are looked at; an empty text when nothing does.
+  std::string refuse(std::string_view line, bool holdsNul) const {
+    if (holdsNul) return kNulMessage;
+    if (order_ == nullptr) return "";
+    const auto separators = static_cast<std::size_t>(std::count(line.begin(), line.end(), separator_));
+    if (serviceFields_ > 0 && separators == 0) return kNoStreamMessage;
+    return order_->refuse(separators + 1 - serviceFields_);
+  }
+
+  // The line with its fields in the stream's order, which never fails for one that is not refused.
+  std::string_view reorder(std::string_view line) {
+    const bool withService = serviceFields_ > 0;
+    reordered_.clear();
+    order_->permutation().appendCsvIn(withoutLineEnd(line), separator_, withService, reordered_);
+    reordered_.append("\r\n");  // what a row removes, so that it removes nothing of the last field
+    // Reordering begins a line whose first column has no field with one separator too many.
+    const bool skipsOne = !withService && order_->fieldOf(0) == kNoField;
+    return reordered_.view().substr(skipsOne ? 1 : 0);
+  }
+
   char separator_;
   std::size_t serviceFields_;
+  SharedOrder order_;  // null for a line that is in the stream's order
   int failedColumn_ = kNoColumn;
   ConnectionRowCsv row_;
+  kyv::ByteBuffer reordered_;
 };
 
 std::string_view firstLine(std::string_view text) {
@@ -90,8 +129,8 @@ std::string_view firstLine(std::string_view text) {
 
 class PlainRows final : public RowConverter {
  public:
-  PlainRows(const kyv::StreamSchema& schema, const TextLayout& layout)
-      : schema_(schema), skipsBlankLines_(blankIsNoRow(schema, layout)), line_(schema_, layout) {}
+  PlainRows(const kyv::StreamSchema& schema, const TextLayout& layout, SharedOrder order)
+      : schema_(schema), skipsBlankLines_(blankIsNoRow(schema, layout)), line_(schema_, layout, std::move(order)) {}
 
   RowFault explain(std::string_view row, unsigned long recordNo) override {
     kyv::ByteBuffer unused;
@@ -119,11 +158,12 @@ class PlainRows final : public RowConverter {
 // text. A line without any quotes means the same either way and is read the plain way, which is faster.
 class QuotedRows final : public RowConverter {
  public:
-  QuotedRows(const kyv::StreamSchema& schema, const TextLayout& layout)
+  QuotedRows(const kyv::StreamSchema& schema, const TextLayout& layout, SharedOrder order)
       : schema_(schema),
         serviceFields_(layout.service ? kServiceFields : 0),
         skipsBlankLines_(blankIsNoRow(schema, layout)),
-        line_(schema_, layout),
+        order_(std::move(order)),
+        line_(schema_, layout, order_),
         reader_(layout.separator.value_or(kDefaultSeparator)) {
     prepareRow(row_, schema_, layout);
     for (int i = 0; i < schema.getColumnCount(); ++i) {
@@ -140,7 +180,7 @@ class QuotedRows final : public RowConverter {
     if (isPlain_) {
       line_.findField(row, fault);
     } else {
-      const QuotedField& field = reader_.fields()[serviceFields_ + static_cast<std::size_t>(fault.column)];
+      const QuotedField& field = reader_.fields()[serviceFields_ + fieldOf(order_, fault.column)];
       fault.fieldBegin = field.begin;
       fault.fieldEnd = field.end;
     }
@@ -164,8 +204,8 @@ class QuotedRows final : public RowConverter {
   }
 
   bool appendQuoted(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) {
-    if (const char* fault = faultText(row)) {
-      errors_.addGeneral(strprintf("record %lu: %s", recordNo, fault));
+    if (const std::string fault = faultText(row); !fault.empty()) {
+      errors_.addGeneral(strprintf("record %lu: %s", recordNo, fault.c_str()));
       failedColumn_ = columnOfFault();
       return false;
     }
@@ -177,35 +217,47 @@ class QuotedRows final : public RowConverter {
 
   bool skipsBlankLines() const override { return skipsBlankLines_; }
 
-  // What makes the row unfit before its fields are looked at, or null.
-  const char* faultText(std::string_view row) const {
+  // What makes the row unfit before its fields are looked at; an empty text when nothing does.
+  std::string faultText(std::string_view row) const {
     if (record_.fault != QuotedFault::kNone) return quotedFaultText(record_.fault);
     if (holdsNul(row)) return kNulMessage;
-    return reader_.fields().size() < serviceFields_ ? "contains no stream name" : nullptr;
+    const std::size_t fields = reader_.fields().size();
+    if (fields < serviceFields_) return kNoStreamMessage;
+    return order_ == nullptr ? "" : order_->refuse(fields - serviceFields_);
   }
 
   int columnOfFault() const {
     const bool inField = record_.fault == QuotedFault::kUnclosed || record_.fault == QuotedFault::kTextAfterQuote;
     if (!inField || record_.faultyField < serviceFields_) return kNoColumn;
-    const std::size_t column = record_.faultyField - serviceFields_;
-    return column < isString_.size() ? static_cast<int>(column) : kNoColumn;
+    const auto field = static_cast<int>(record_.faultyField - serviceFields_);
+    const int column = order_ == nullptr ? field : order_->columnOf(field);
+    return static_cast<std::size_t>(column) < isString_.size() ? column : kNoColumn;
   }
 
   void setFields() {
     const std::vector<QuotedField>& fields = reader_.fields();
     row_.clearData();
     if (serviceFields_ > 0) row_.setOp(fields[1].text.empty() ? '\0' : fields[1].text.front());
-    for (std::size_t i = serviceFields_; i < fields.size(); ++i) {
-      const std::size_t column = i - serviceFields_;
-      const bool keepsEmpty = fields[i].quoted && column < isString_.size() && isString_[column];
-      const bool isNull = fields[i].text.empty() && !keepsEmpty;
-      row_.setField(static_cast<int>(column), isNull ? std::string_view() : fields[i].text);
-    }
+    const std::size_t columns = order_ == nullptr ? fields.size() - serviceFields_ : isString_.size();
+    for (std::size_t column = 0; column < columns; ++column) setField(column);
   }
+
+  void setField(std::size_t column) {
+    std::string_view text;
+    if (const std::size_t position = fieldOf(order_, static_cast<int>(column)); position != kNowhere) {
+      const QuotedField& field = reader_.fields()[serviceFields_ + position];
+      const bool keepsEmpty = field.quoted && column < isString_.size() && isString_[column];
+      if (!field.text.empty() || keepsEmpty) text = field.text;
+    }
+    row_.setField(static_cast<int>(column), text);
+  }
+
+  static constexpr auto kNowhere = static_cast<std::size_t>(kNoField);
 
   kyv::StreamSchema schema_;
   std::size_t serviceFields_;
   bool skipsBlankLines_;
+  SharedOrder order_;
   bool isPlain_ = false;          // the row that was read last
   int failedColumn_ = kNoColumn;  // of the row that failed last
   PlainLine line_;
@@ -217,9 +269,10 @@ class QuotedRows final : public RowConverter {
 
 }  // namespace
 
-std::unique_ptr<RowConverter> makeTextRows(const kyv::StreamSchema& schema, const TextLayout& layout) {
-  if (layout.quoted.value_or(false)) return std::make_unique<QuotedRows>(schema, layout);
-  return std::make_unique<PlainRows>(schema, layout);
+std::unique_ptr<RowConverter> makeTextRows(const kyv::StreamSchema& schema, const TextLayout& layout,
+                                           std::shared_ptr<const FieldOrder> order) {
+  if (layout.quoted.value_or(false)) return std::make_unique<QuotedRows>(schema, layout, std::move(order));
+  return std::make_unique<PlainRows>(schema, layout, std::move(order));
 }
 
 }  // namespace kyv_internal

@@ -9,6 +9,8 @@
 // Threads: not locked; one thread at a time.
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row.h"
@@ -30,6 +32,14 @@ class KYV_EXPORT RecordPrinter {
   void setTimeFormat(const char* format);
   void setSeparator(char separator);      // of delimited text; a comma unless set
   void setWithService(bool withService);  // lines tell the stream name and the operation; not unless set
+
+  // A column to print: one of the schema's by its index, NULL for an index outside, under a name of its own.
+  struct Column {
+    int index;
+    std::string name;
+  };
+  // Prints these columns instead of the schema's.
+  void setColumns(const std::vector<Column>& columns);
 
   // Fields between separators, and a line feed. A NULL column is empty. A text is quoted when it is empty (so are no
   // bytes), holds a separator, a quote or a line end, or has a blank at either end; quotes in it are doubled. With

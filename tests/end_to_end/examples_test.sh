@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# examples_test.sh FOLDER: the example programs do what their first lines say. One bad line does not stop the others.
+# examples_test.sh FOLDER DATA: the example programs do what their first lines say. One bad line does not stop the others.
 set -euo pipefail
+data=$(realpath "$2")
 cd "$1"
 
 check() { # NAME EXPECTED ACTUAL
@@ -26,5 +27,9 @@ check "pooled errors" "record 5: Error converting data 'x'->LONG for Stream 'Rat
 long constant does not begin with a legal character" "$errors"
 check "pooled fields" "$(printf 'p Id=1 Currency=NULL Rate=2.500000\np Id=2 Currency=NULL Rate=0.500000
 d Id=3 Currency=NULL Rate=NULL\np Id=7 Currency=NULL Rate=NULL')" "$(./record_to_fields <"$records")"
+weather=$data/seattle-weather-hourly-normals.csv
+./permuted_columns <"$weather" >"$records"
+check "permuted columns" "$((60 * ($(wc -l <"$weather") - 1))) bytes" "$(wc -c <"$records") bytes"
+check "first temperature and wind" "4 3.8" "$(od -An -tf8 -j36 -N16 "$records" | xargs)"
 check flat "$(printf 'Id=8\nCurrency=GBP\nRate=1.250000')" "$(./flat_interface 8,GBP,1.25)"
 echo "examples: all as expected"

@@ -28,7 +28,7 @@ TextLayout layoutOf(bool quoted, bool service = false, char separator = ',') {
 
 std::string print(std::string_view records, const TextLayout& layout) {
   ConvertedBlock out;
-  makeRecordRows(schema(), layout, PrintForm::kDelimited)->convert(records, FirstLine::kRow, out);
+  makeRecordRows(schema(), layout, PrintForm::kDelimited, columnsOf(schema()))->convert(records, FirstLine::kRow, out);
   EXPECT_TRUE(out.badRows.empty());
   return std::string(out.output.view());
 }
@@ -131,7 +131,7 @@ TEST(RecordRows, RefusesRecordsOfAnotherSchema) {
   ConvertedBlock records;
   makeTextRows(schema(), layoutOf(false))->convert("1,a,2\n", FirstLine::kRow, records);
   const kyv::StreamSchema other("S", 1, {{"name", DataTypes::kString}});
-  const auto rows = makeRecordRows(other, {}, PrintForm::kJson);
+  const auto rows = makeRecordRows(other, {}, PrintForm::kJson, columnsOf(other));
   ConvertedBlock out;
   rows->convert(records.output.view(), FirstLine::kRow, out);
   ASSERT_EQ(out.badRows.size(), 1U);
@@ -139,7 +139,7 @@ TEST(RecordRows, RefusesRecordsOfAnotherSchema) {
 }
 
 TEST(RecordRows, QuotesNamesInTheHeaderLine) {
-  const kyv::StreamSchema names("S", 1, {{"a;b", DataTypes::kLong}, {"say \"x\"", DataTypes::kLong}, {"c", 0}});
+  const std::vector<kyv::RecordPrinter::Column> names = {{0, "a;b"}, {1, "say \"x\""}, {-1, "c"}};
   EXPECT_EQ(headerLine(names, layoutOf(false, false, ';')), "\"a;b\";\"say \"\"x\"\"\";c\n");
   EXPECT_EQ(headerLine(names, layoutOf(false, true)), "stream,operation,a;b,\"say \"\"x\"\"\",c\n");
 }
