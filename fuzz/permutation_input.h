@@ -2,8 +2,9 @@
 
 // A prepared permutation out of an input: how many platform columns and how many external fields there are, one
 // character each, then for each column the position of its field, from '0' on; one that is taken, or beyond the
-// fields, is none.
+// fields, is none. There is one pair at least: without, it would be direct.
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ struct PermutationInput {
       taken[field] = true;
       fieldOf.push_back(paired ? static_cast<int>(field) : -1);
     }
+    const bool hasPair = std::any_of(fieldOf.begin(), fieldOf.end(), [](int field) { return field >= 0; });
+    if (!hasPair) fieldOf.front() = 0;
     prepare();
   }
 

@@ -68,7 +68,7 @@ inline std::int64_t findExtents(const CompactHeader& header, CompactExtent* exte
   for (std::size_t column = header.columns(); column-- > 0;) {
     const auto begin = static_cast<std::uint32_t>(header.entry(column));  // a negative one is past every length
     const bool makesSense = begin != 0 && begin <= end && end <= header.length();
-    extents[column] = {begin, makesSense ? end - begin : 0};
+    extents[column] = makesSense ? CompactExtent{begin, end - begin} : CompactExtent{0, 0};
     sum += extents[column].size;
     end = begin != 0 ? begin : end;
   }

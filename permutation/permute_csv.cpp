@@ -134,6 +134,7 @@ bool ConnectionPermutation::appendCsvIn(std::string_view line, char separator, b
                                         kyv::ByteBuffer& out) const {
   if (direct) out.append(line);
   if (direct || failed) return direct;
+  if (line.empty()) line = "";  // which has an address
   const std::size_t room = line.size() + platOrder.size();
   char* const begin = out.prepare(room);
   Output output{begin, begin + room};

@@ -60,6 +60,8 @@ TEST(PermuteBinaryRow, TakesColumnsThatCannotBeForNull) {
   } kCases[] = {
       {"an offset past the end", compact({14, 18}, "ABC"), compact({0, 0}, "")},
       {"an offset far past the end", compact({14, INT32_MAX}, "ABC"), compact({0, 0}, "")},
+      {"an offset far past the end, with room in the output", compact({INT32_MAX, 14}, std::string(100, 'x')),
+       compact({14, 0}, std::string(100, 'x'))},
       {"a negative offset", compact({14, -1}, "ABC"), compact({0, 0}, "")},
       {"the least offset", compact({INT32_MIN, 14}, "ABC"), compact({14, 0}, "ABC")},
       {"a falling offset", compact({16, 15}, "ABC"), compact({14, 0}, "BC")},
