@@ -137,6 +137,19 @@ TEST(NamedRow, FollowsItsSchemasNames) {
   EXPECT_EQ(outcomeOf(forwards), onlyB);
 }
 
+// A reserved name may be a column's too: its text is the operation or flags and the column's value.
+TEST(NamedRow, ReservedNamesMayBeColumns) {
+  kyv::StreamSchema reserved("Books", 9, {{"KYV_FLAGS", DataTypes::kString}, {"KYV_OPS", DataTypes::kString}});
+  ConnectionRowByNames row;
+  row.setStreamType(&reserved, false);
+  row.setFieldAsString("KYV_OPS", "U");
+  row.setFieldAsString("KYV_FLAGS", "s");
+  const std::string record = outcome(row);
+  EXPECT_EQ(kyv_internal::load<int>(record.data() + kyv_internal::kOpcodeOffset), StreamInterface::Update);
+  EXPECT_EQ(kyv_internal::load<unsigned int>(record.data() + kyv_internal::kFlagsOffset) & 1, 1U);
+  EXPECT_EQ(record.substr(record.size() - 4), std::string("s\0U\0", 4));
+}
+
 TEST(NamedRow, ConvertsFromFieldsOnly) {
   ConnectionRowByNames row;
   ConnectionErrors errors;

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -212,6 +215,38 @@ TEST_F(Pool, ServesSeveralThreads) {
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i == 0);
   for (std::thread& thread : threads) thread.join();
+}
+
+// A row that is made slowly, and that asks its pool something when it is cleared.
+class WatchedRow : public ConnectionRowByOrder {
+ public:
+  struct Makers {
+    std::atomic<int> now = 0;
+    std::atomic<int> most = 0;
+  };
+
+  WatchedRow(ConnectionRowPool& pool, Makers& makers) : pool_(pool), makers_(makers) {}
+  ConnectionRow* createNew() override {
+    makers_.most = std::max<int>(makers_.most, ++makers_.now);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    --makers_.now;
+    return new WatchedRow(pool_, makers_);
+  }
+  void clearData() override { EXPECT_TRUE(pool_.validate(this)) << "would wait for ever if the pool were locked"; }
+
+ private:
+  ConnectionRowPool& pool_;
+  Makers& makers_;
+};
+
+TEST_F(Pool, MakesRowsWhileItIsLockedAndClearsThemWhileItIsNot) {
+  constexpr int kThreads = 4;
+  WatchedRow::Makers makers;
+  pool_.setPrototype(new WatchedRow(pool_, makers));
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back([this] { pool_.free(pool_.alloc()); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(makers.most, 1);
 }
 
 void* newRecord(char first) {

@@ -341,21 +341,40 @@ TEST(Row2ForeignChecks, CheckLessInARecordOfHostOrder) {
   EXPECT_EQ(toHex(record.bytes()), toHex(wrong.bytes()));
 }
 
+// The record after a check refused it: byte order and counts are converted, and as many of the rest as stand in order
+// before that check.
+enum Converted { kCounts, kOffsets, kColumns };
+
+std::string convertedInPart(std::string foreign, Converted last) {
+  foreign[12] = static_cast<char>(foreign[12] ^ 0x10);
+  kyv_test::reverseBytes(foreign, 16, 4);
+  if (last == kCounts) return foreign;
+  for (const std::size_t word : {8, 20, 24, 28, 32, 36}) kyv_test::reverseBytes(foreign, word, 4);
+  if (last == kColumns) kyv_test::reverseBytes(foreign, 40, 4);
+  return foreign;
+}
+
 TEST(Row2ForeignChecks, RunEachCheckInItsOrder) {
   const struct {
     std::vector<std::pair<std::size_t, std::uint32_t>> pokes;  // words as the record's own order has them
+    Converted converted;
     const char* message;
   } rows[] = {
-      {{{16, 0x02000003}, {24, 0}}, "incorrect column count, expected 2 columns, row contains 3 columns"},
+      {{{16, 0x02000003}, {24, 0}}, kCounts, "incorrect column count, expected 2 columns, row contains 3 columns"},
       {{{16, 0xFF000002}},
+       kCounts,
        "record is too short for 2 columns and 255 options, payload offset 0x41C, record length 0x40"},
-      {{{16, 0x01000002}}, "incorrect option count, flags 0x00000301 indicate 2 options, row contains 1 options"},
-      {{{28, 65}}, "option 0 offset 0x41 is invalid, past record length of 0x40"},
-      {{{20, 0}, {24, 0x7FFFFFFF}}, "column 1 offset 0x7FFFFFFF is invalid, past record length of 0x40"},
-      {{{20, 0}}, "column 0 contains a NULL, not allowed"},
-      {{{20, 41}}, "column 0 INTEGER length 0x3 is too short (need 0x4)"},
-      {{{28, 45}}, "column 1 STRING is not 0-terminated (last byte 0x61 at offset 0)"},
-      {{{36, 63}}, "option INSTRUMENT_LATENCY length 0xF is incorrect, must be a multiple of 4 and at least 0x10"}};
+      {{{16, 0x01000002}},
+       kCounts,
+       "incorrect option count, flags 0x00000301 indicate 2 options, row contains 1 options"},
+      {{{28, 65}}, kOffsets, "option 0 offset 0x41 is invalid, past record length of 0x40"},
+      {{{20, 0}, {24, 0x7FFFFFFF}}, kOffsets, "column 1 offset 0x7FFFFFFF is invalid, past record length of 0x40"},
+      {{{20, 0}}, kOffsets, "column 0 contains a NULL, not allowed"},
+      {{{20, 41}}, kOffsets, "column 0 INTEGER length 0x3 is too short (need 0x4)"},
+      {{{28, 45}}, kOffsets, "column 1 STRING is not 0-terminated (last byte 0x61 at offset 0)"},
+      {{{36, 63}},
+       kColumns,
+       "option INSTRUMENT_LATENCY length 0xF is incorrect, must be a multiple of 4 and at least 0x10"}};
   for (const auto& row : rows) {
     std::string bytes = foreignRecord();
     for (const auto& [offset, word] : row.pokes) {
@@ -363,6 +382,7 @@ TEST(Row2ForeignChecks, RunEachCheckInItsOrder) {
     }
     RecordCopy record(bytes);
     EXPECT_EQ(messageOf([&](std::string& e) { return toNative(record, e); }), row.message);
+    EXPECT_EQ(toHex(record.bytes()), toHex(convertedInPart(bytes, row.converted))) << row.message;
   }
 }
 
