@@ -1,13 +1,17 @@
 #pragma once
 
-// A headless Chromium, told what to do as developer tools tell it: messages in JSON through a pair of pipes.
+// A headless Chromium, told what to do as developer tools tell it: messages in JSON through a pair of pipes. One that
+// goes, or that does not answer for minutes, is an exception: the test fails.
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
@@ -22,6 +26,7 @@ class Browser {
 
   // `program` is found along the path. `folder` is for the browser's own files, and must outlive it.
   Browser(const std::string& program, const std::string& folder) {
+    ::signal(SIGPIPE, SIG_IGN);  // a browser that has gone is told by the write that fails
     int toBrowser[2];
     int fromBrowser[2];
     if (::pipe2(toBrowser, O_CLOEXEC) != 0 || ::pipe2(fromBrowser, O_CLOEXEC) != 0) {
@@ -49,7 +54,10 @@ class Browser {
     session_ = call("Target.attachToTarget", {{"targetId", target["targetId"]}, {"flatten", true}})["sessionId"];
     call("Page.enable", Json::object());
     call("Page.navigate", {{"url", url}});
-    while (evaluate("document.readyState") != "complete" || evaluate("location.href") != url) ::usleep(kWaitMicros);
+    while (evaluate("document.readyState") != "complete" || evaluate("location.href") != url) {
+      if (Clock::now() > deadline_) throw std::runtime_error(url + " does not open");
+      ::usleep(kWaitMicros);
+    }
   }
 
   // The value of an expression in the page.
@@ -81,8 +89,10 @@ class Browser {
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   static constexpr int kWaitMicros = 10'000;
-  static constexpr unsigned int kMostSeconds = 60;  // for one answer; then the test's process ends
+  static constexpr std::chrono::minutes kPatience{10};  // for a whole test, on a machine that does much else
 
   [[noreturn]] static void exec(const std::string& program, const std::string& folder, int in, int out) {
     // The ends that the browser reads and writes are its descriptors 3 and 4; first out of each other's way.
@@ -116,20 +126,27 @@ class Browser {
 
   // Messages end in NUL bytes.
   std::string receive() {
-    ::alarm(kMostSeconds);
     std::size_t end = 0;
     while ((end = received_.find('\0')) == std::string::npos) {
+      waitForAnswer();
       std::array<char, 65536> piece;
       const ssize_t got = ::read(in_, piece.data(), piece.size());
       if (got <= 0) throw std::runtime_error("the browser has gone");
       received_.append(piece.data(), static_cast<std::size_t>(got));
     }
-    ::alarm(0);
     std::string message = received_.substr(0, end);
     received_.erase(0, end + 1);
     return message;
   }
 
+  void waitForAnswer() const {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline_ - Clock::now());
+    pollfd waited = {in_, POLLIN, 0};
+    const int ready = ::poll(&waited, 1, std::max(static_cast<int>(left.count()), 0));
+    if (ready == 0) throw std::runtime_error("the browser does not answer");
+  }
+
+  const Clock::time_point deadline_ = Clock::now() + kPatience;
   pid_t child_ = -1;
   int out_ = -1;
   int in_ = -1;
