@@ -29,7 +29,8 @@ std::string describeRest(const Block& block) {
   if (text.size() < kRecordLengthBytes) return strprintf("torn: the file ends within the length word");
   const long long length = recordLength(text.data());
   if (block.kind == BlockKind::kBroken) {
-    return strprintf("no record begins here, its length would be %lld bytes; what follows cannot be checked", length);
+    return strprintf("no record begins here, its length would be %lld bytes; %s", length,
+                     block.offset == 0 ? "is this a file of records?" : "what follows cannot be checked");
   }
   return strprintf("torn: the file ends after %zu of its %lld bytes", text.size(), length);
 }

@@ -32,6 +32,8 @@ HeaderWord lengthWord(const RecordWords& record) {
   HeaderWord word = {kLengthOffset, "length", strprintf("%d bytes", length), ""};
   if (length < static_cast<std::int32_t>(payloadOffset(0))) {
     word.fault = strprintf("a record has at least %zu bytes", payloadOffset(0));
+  } else if (!record.lengthIsPossible()) {
+    word.fault = strprintf("a record has at most %zu bytes", kMostRecordBytes);
   } else if (record.length() > record.there()) {
     word.fault = strprintf("only %zu of them are there", record.there());
   }
@@ -106,6 +108,8 @@ std::vector<HeaderWord> describeHeader(const RecordWords& record, const kyv::Str
   std::vector<HeaderWord> words = {lengthWord(record), operationWord(record), streamWord(record, schema),
                                    flagsWord(record), countsWord(record, schema)};
   for (HeaderWord& word : words) {
+    const bool isLength = word.offset == kLengthOffset;
+    if (!isLength && !record.lengthIsPossible()) word.fault.clear();  // of no record
     if (record.isThere(word.offset)) continue;
     word.text = "not there";
     word.fault = word.offset < record.there() ? "the file ends within it" : "the file ends before it";

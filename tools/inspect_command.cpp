@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "block_reader.h"
@@ -41,7 +42,9 @@ class InspectRun {
       complain("interrupted");
       return ExitStatus::kInterrupted;
     }
-    if (!read || !write(view_->end(summary())) || !output_.commit(error_)) return fail();
+    if (!read) return fail();
+    if (shown_ == 0 && records_ > 0) return refuseChoice();
+    if (!write(view_->end(summary())) || !output_.commit(error_)) return fail();
     return finish();
   }
 
@@ -49,6 +52,13 @@ class InspectRun {
   ExitStatus fail() const {
     complain(error_);
     return ExitStatus::kFiles;
+  }
+
+  // A page that was there before stays as it was.
+  ExitStatus refuseChoice() const {
+    complain(strprintf("%s: there is no record %llu, only %llu", input_.name().c_str(), wide(options_.records.first),
+                       wide(records_)));
+    return ExitStatus::kUsage;
   }
 
   std::unique_ptr<RecordView> makeView() const {
@@ -94,8 +104,8 @@ class InspectRun {
   // The end of a file that ends within a record, or in which no record begins where one should.
   bool takeRest(const Block& block) {
     ++records_;
-    const std::string_view text =
-        block.kind == BlockKind::kBroken ? block.text().substr(0, kMostBrokenBytes) : block.text();
+    if (block.kind == BlockKind::kBroken) brokenAt_ = block.offset;
+    const std::string_view text = brokenAt_ ? block.text().substr(0, kMostBrokenBytes) : block.text();
     if (options_.records.holds(records_)) return show(text, block.offset);
     ++faulty_;
     tellFault(mapRecord(text, values_), block.offset);
@@ -121,15 +131,11 @@ class InspectRun {
   std::string summary() const {
     std::string text = strprintf("%llu of %llu records shown", wide(shown_), wide(records_));
     if (faulty_ > 0) text += strprintf(", %llu with faults", wide(faulty_));
+    if (brokenAt_) text += strprintf("; no record begins at byte %llu", wide(*brokenAt_));
     return text;
   }
 
   ExitStatus finish() const {
-    if (shown_ == 0 && records_ > 0) {
-      complain(strprintf("%s: there is no record %llu, only %llu", input_.name().c_str(), wide(options_.records.first),
-                         wide(records_)));
-      return ExitStatus::kUsage;
-    }
     if (!options_.quiet) {
       const char* const more = shown_ < records_ ? " (--record N-M shows others, --all all)" : "";
       std::fprintf(stderr, "%s%s\n", summary().c_str(), more);
@@ -147,6 +153,7 @@ class InspectRun {
   std::uint64_t records_ = 0;
   std::uint64_t shown_ = 0;
   std::uint64_t faulty_ = 0;
+  std::optional<std::uint64_t> brokenAt_;  // where reading ended, because no record can begin there
 };
 
 // False, with a message, when one file would have to be two things at once.

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string_view>
 
+#include "record_header.h"
 #include "row2/byte_order.h"
 #include "row2/row2_layout.h"
 
@@ -47,8 +48,10 @@ class RecordWords {
   std::size_t payload() const { return payloadOffset(entries()); }
   // As the record says; 0 when that is negative.
   std::size_t length() const { return static_cast<std::size_t>(std::max(hostWord(kLengthOffset).value_or(0), 0)); }
+  // Whether a record may have the length; else there is none, whatever the other words say.
+  bool lengthIsPossible() const { return length() >= payloadOffset(0) && length() <= kMostRecordBytes; }
   // Without, nothing of table and values can be told.
-  bool tableFits() const { return isThere(kCountsOffset) && payload() <= length(); }
+  bool tableFits() const { return isThere(kCountsOffset) && lengthIsPossible() && payload() <= length(); }
 
   // Entries of the offset table for which there are bytes, however many the record has.
   std::size_t roomForEntries() const { return (std::max(there(), kTableOffset) - kTableOffset) / kEntrySize; }

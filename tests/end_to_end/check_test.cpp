@@ -131,6 +131,12 @@ TEST_F(Check, TellsTornRecordsFromBrokenOnes) {
       {"too short for a header", rows.substr(0, kRecord) + std::string("\x08\0\0\0\7\0\0\0", 8) + rows,
        "rows: record 2, at byte 52: record is too short for 0 columns and 0 options, payload offset 0x18, record "
        "length 0x8\nread 7, accepted 6, rejected 1 in "},
+      {"too short for an operation", rows.substr(0, kRecord) + std::string("\4\0\0\0", 4) + rows,
+       "rows: record 2, at byte 52: record is too short for 0 columns and 0 options, payload offset 0x18, record "
+       "length 0x4\nread 7, accepted 6, rejected 1 in "},
+      {"no records at all", kyv_test::kPeople,
+       "rows: record 1, at byte 0: no record begins here, its length would be 1311532105 bytes; is this a file of "
+       "records?\nread 1, accepted 0, rejected 1 in "},
       {"much text behind a record", rows.substr(0, kRecord) + std::string(1 << 20, 'x'),
        "rows: record 2, at byte 52: no record begins here, its length would be 2021161080 bytes; what follows cannot "
        "be checked\nread 2, accepted 1, rejected 1 in "},
@@ -175,6 +181,11 @@ TEST_F(Check, AnswersWrongUseAndMissingFiles) {
       {"kyv check -s - - <people.json", 2, "kyv: schema and rows cannot both come from standard input\n"},
       {"kyv check -s people.json nowhere", 3, "kyv: cannot read nowhere: No such file or directory\n"},
       {"kyv check -s nowhere people.csv", 3, "kyv: cannot read nowhere: No such file or directory\n"},
+      {"kyv check -s people.json .", 3, "kyv: cannot read .: it is a directory\n"},
+      {"kyv check -s people.json - <&-", 3, "kyv: cannot read <stdin>: Bad file descriptor\n"},
+      {"kyv check -s people.json --json /dev/null >&-", 3, "kyv: cannot write standard output: Bad file descriptor\n"},
+      {"kyv check -s people.json --json people.csv >/dev/full", 3,
+       "kyv: cannot write standard output: No space left on device\n"},
   };
   for (const auto& row : kCases) {
     const Outcome outcome = run(row.line);

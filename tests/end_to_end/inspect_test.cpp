@@ -70,8 +70,13 @@ TEST_F(Inspect, ShowsWhatIsBrokenAndSaysSo) {
       {"head -c 100 rows | kyv inspect -s people.json - --record 1", 1, "Record 1, at byte 0\n",
        "kyv: <stdin>: record 2, at byte 52: length: only 48 of them are there\n"
        "1 of 2 records shown, 1 with faults (--record N-M shows others, --all all)\n"},
-      {"(head -c 52 rows; echo no record) | kyv inspect -s people.json -", 1, "Record 2, at byte 52: 5 faults\n",
-       "2 of 2 records shown, 1 with faults\n"},
+      {"(head -c 52 rows; yes no | head -c 9999) | kyv inspect -s people.json -", 1,
+       "Record 2, at byte 52: 1 fault\n  length     1846177646 bytes\n"
+       "             ! a record has at most 268435456 bytes\n",
+       "2 of 2 records shown, 1 with faults; no record begins at byte 52\n"},
+      {"head -c 64 /dev/zero | kyv inspect -s people.json - --raw", 1, "Len:0x0",
+       "kyv: <stdin>: record 1, at byte 0: length: a record has at least 24 bytes\n"
+       "1 of 1 records shown, 1 with faults; no record begins at byte 0\n"},
       {"head -c 54 rows | kyv inspect -s people.json --raw -", 1, "Op:7 Cols:0x3",
        "kyv: <stdin>: record 2, at byte 52: length: the file ends within it\n2 of 2 records shown, 1 with faults\n"},
       {"(head -c 4 rows; printf '\\2'; tail -c +6 rows) | kyv inspect -s people.json - --record 1", 1,
@@ -146,9 +151,11 @@ TEST_F(Inspect, WritesOnePageWholeOrNotAtAll) {
   EXPECT_TRUE(page.ends_with("</html>\n"));
   EXPECT_THAT(page, HasSubstr("<footer><p>3 of 5 records shown</p></footer>"));
 
-  outcome = run("kyv inspect -s people.json nowhere --html page.html; ls page.html*");
-  EXPECT_EQ(outcome.out, "page.html\n");
-  EXPECT_EQ(read(path("page.html")), page);
+  for (const char* const failing : {"nowhere", "rows --record 6"}) {
+    outcome = run("kyv inspect -s people.json --html page.html " + std::string(failing) + "; ls page.html*");
+    EXPECT_EQ(outcome.out, "page.html\n") << failing;
+    EXPECT_EQ(read(path("page.html")), page) << failing;
+  }
 }
 
 }  // namespace

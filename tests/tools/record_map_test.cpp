@@ -152,9 +152,9 @@ TEST(RecordMap, SaysWhatIsWrongAndWhere) {
     std::vector<std::string> faults;
   } kCases[] = {
       {{{0, 70}}, {"length: only 62 of them are there"}},
-      {{{0, -1}},
-       {"length: a record has at least 24 bytes",
-        "counts: their offset table would end at 0x28, the record ends at 0x0"}},
+      {{{0, -1}}, {"length: a record has at least 24 bytes"}},
+      {{{0, 23}, {4, 2}, {12, 0x300}}, {"length: a record has at least 24 bytes"}},
+      {{{0, 0x78787878}, {4, 2}, {16, 0xFFFFFF}}, {"length: a record has at most 268435456 bytes"}},
       {{{4, 2}}, {"operation: no operation has this number"}},
       {{{12, 0x300}}, {"flags: they name 2 options, the record has 0"}},
       {{{16, 0xFFFFFF}}, {"counts: their offset table would end at 0x4000014, the record ends at 0x3E"}},
@@ -245,7 +245,7 @@ TEST(RecordMap, CountsColumnsBeyondItsLimit) {
 
 TEST(RecordMap, PassesOverColumnsThatAreClaimedAndNotThere) {
   std::string record = kyv_test::hostileBytes({"", {}, 62, ""});
-  kyv_test::poke(record, 0, 0x7FFFFFFF);
+  kyv_test::poke(record, 0, 0x07FFFFFF);
   kyv_test::poke(record, 16, 0xFFFFFF);
   const RecordMap map = mapOf(record);
   EXPECT_TRUE(kyv_test::coversEachByteOnce(map));
