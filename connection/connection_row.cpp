@@ -4,6 +4,7 @@
 
 #include "connection/operation_code.h"
 #include "connection/prepared_settings.h"
+#include "kyv/time_model.h"
 
 namespace {
 
@@ -52,6 +53,18 @@ void ConnectionRow::setDateFormat(const char* format) {
 void ConnectionRow::setTimestampFormat(const char* format) {
   timestampFormat_ = format;
   prepared_->formats.timestamp = kyv_internal::PercentFormat(timestampFormat_);
+}
+
+void ConnectionRow::setTimeModel(const kyv::TimeModel& model) {
+  prepared_->formats.time = kyv_internal::PercentFormat(model);
+}
+
+void ConnectionRow::setDateModel(const kyv::TimeModel& model) {
+  prepared_->formats.date = kyv_internal::PercentFormat(model);
+}
+
+void ConnectionRow::setTimestampModel(const kyv::TimeModel& model) {
+  prepared_->formats.timestamp = kyv_internal::PercentFormat(model);
 }
 
 void ConnectionRow::setStreamName(const char* name) { streamName_ = name; }
@@ -116,6 +129,7 @@ void ConnectionRow::copyCommonFrom(ConnectionRow* source) {
   setDateFormat(source->dateFormat_.c_str());
   setTimeFormat(source->timeFormat_.c_str());
   setTimestampFormat(source->timestampFormat_.c_str());
+  prepared_->formats = source->prepared_->formats;  // which may be models
 }
 
 bool ConnectionRow::parseOp(StreamInterface::StreamOperations& out, char letter, unsigned long recordNo,

@@ -21,15 +21,18 @@ namespace {
 
 // What is said of a text whose seconds cannot be read.
 struct SecondsMessages {
+  kyv::TimeType type;
   const char* noCount;        // "%s" and no number
   const char* countOverflow;  // "%s" and a number beyond 64 bits
   const char* noMatch;
 };
 
-constexpr SecondsMessages kDateMessages = {.noCount = "date constant does not match standard format",
+constexpr SecondsMessages kDateMessages = {.type = kyv::TimeType::kDate,
+                                           .noCount = "date constant does not match standard format",
                                            .countOverflow = "date constant does not match standard format",
                                            .noMatch = "date constant does not match format"};
-constexpr SecondsMessages kTimeMessages = {.noCount = "time constant does not match standard format",
+constexpr SecondsMessages kTimeMessages = {.type = kyv::TimeType::kTime,
+                                           .noCount = "time constant does not match standard format",
                                            .countOverflow = "time constant does not match standard format",
                                            .noMatch = "time constant does not match format"};
 
@@ -42,12 +45,14 @@ struct FractionType {
 
 constexpr FractionType kTimestamp = {.unit = 1000,
                                      .digits = 3,
-                                     .messages = {.noCount = "timestamp constant does not match format",
+                                     .messages = {.type = kyv::TimeType::kTimestamp,
+                                                  .noCount = "timestamp constant does not match format",
                                                   .countOverflow = "timestamp overflow",
                                                   .noMatch = "timestamp constant does not match format"}};
 constexpr FractionType kBigDateTime = {.unit = 1'000'000,
                                        .digits = 6,
-                                       .messages = {.noCount = "bigdatetime constant does not match format",
+                                       .messages = {.type = kyv::TimeType::kBigDateTime,
+                                                    .noCount = "bigdatetime constant does not match format",
                                                     .countOverflow = "bigdatetime overflow",
                                                     .noMatch = "bigdatetime constant does not match format"}};
 
@@ -102,9 +107,27 @@ Parsed<std::int64_t> readCalendar(std::string_view text, const PercentFormat& fo
   return format.parse(text, seconds) ? Parsed<std::int64_t>{seconds} : Parsed<std::int64_t>::failure(messages.noMatch);
 }
 
+// The whole value, in its type's unit. What the model does not name is taken from 1970-01-01 00:00:00, as everywhere in
+// rows, and not from 1900.
+Parsed<std::int64_t> readByModel(std::string_view text, const kyv::TimeModel& model, std::int32_t unitsPerSecond,
+                                 const SecondsMessages& messages) {
+  constexpr std::int64_t kSecondsFrom1900 = -daysFromCivil(1900, 1, 1) * kSecondsPerDay;
+  const std::optional<std::int64_t> value = model.parse(messages.type, text);
+  if (!value) return Parsed<std::int64_t>::failure(messages.noMatch);
+  return {model.readsYear() ? *value : *value + kSecondsFrom1900 * unitsPerSecond};
+}
+
 [[gnu::noinline]] Parsed<std::int64_t> parseAnySeconds(std::string_view text, const PercentFormat& format,
                                                        const SecondsMessages& messages) {
-  return format.isSeconds() ? readCount(text, messages) : readCalendar(text, format, messages);
+  switch (format.kind()) {
+    case PercentFormat::Kind::kCalendar:
+      return readCalendar(text, format, messages);
+    case PercentFormat::Kind::kSeconds:
+      return readCount(text, messages);
+    case PercentFormat::Kind::kModel:
+      break;
+  }
+  return readByModel(text, format.model(), 1, messages);
 }
 
 Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& format, const SecondsMessages& messages) {
@@ -115,9 +138,11 @@ Parsed<std::int64_t> parseSeconds(std::string_view text, const PercentFormat& fo
 template <const FractionType& type>
 [[gnu::noinline]] Parsed<std::int64_t> parseAnyFraction(std::string_view text, const PercentFormat& format) {
   constexpr std::int64_t kMaxSeconds = std::numeric_limits<std::int64_t>::max() / type.unit;
+  if (format.kind() == PercentFormat::Kind::kModel) return readByModel(text, format.model(), type.unit, type.messages);
   const SplitText split = splitText(text, type.digits);
-  Parsed<std::int64_t> parsed =
-      format.isSeconds() ? readCount(text, type.messages) : readCalendar(split.datetime, format, type.messages);
+  Parsed<std::int64_t> parsed = format.kind() == PercentFormat::Kind::kSeconds
+                                    ? readCount(text, type.messages)
+                                    : readCalendar(split.datetime, format, type.messages);
   if (parsed.error) return parsed;
   if (parsed.value > kMaxSeconds || parsed.value < -kMaxSeconds ||
       __builtin_add_overflow(parsed.value * type.unit, readFraction(split.fractionText(type.digits)), &parsed.value))
@@ -142,6 +167,7 @@ char* printFraction(std::int32_t fraction, char* out) {
 
 template <const FractionType& type>
 std::size_t printWithFraction(std::int64_t count, const PercentFormat& format, ZeroFraction zero, char* out) {
+  if (format.kind() == PercentFormat::Kind::kModel) return printByModel(format.model(), type.messages.type, count, out);
   const auto [seconds, fraction] = splitCount<type.unit>(count);
   const std::size_t size = format.print(seconds, out);
   if (size == 0 || (fraction == 0 && zero == ZeroFraction::Omitted)) return size;

@@ -100,6 +100,8 @@ FieldClaim claimOf(ModelToken token) {
   }
 }
 
+bool tellsYear(GivenFields fields) { return (fields & (kYear | kCounts)) != 0; }
+
 GivenFields givenIn(const FoundTime& found) {
   const auto bit = [](bool given, Given field) { return given ? GivenFields{field} : 0; };
   return bit(found.year != -1, kYear) | bit(found.month != -1, kMonth) | bit(found.day != -1, kDay) |

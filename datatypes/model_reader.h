@@ -23,6 +23,9 @@ struct FieldClaim {
 
 FieldClaim claimOf(ModelToken token);
 
+// Whether any of them is the year or a count.
+bool tellsYear(GivenFields fields);
+
 // All that a text has said.
 GivenFields givenIn(const DataTypes::FoundTime& found);
 

@@ -34,6 +34,7 @@ class TokenCollector {
     if (gives == 0) tokens_.parseFault = fault("this token cannot be read");
     if ((given_ & excludes) != 0) tokens_.parseFault = fault("this token reads what a token before it has read");
     given_ |= gives;
+    tokens_.readsYear |= tellsYear(gives);
   }
 
   ModelTokens& tokens_;

@@ -26,6 +26,7 @@ struct ModelTokens {
 
   std::vector<ModelTokenStep> steps;
   bool exactAtEnd = false;
+  bool readsYear = false;  // or a count, which tells all
   kyv::ModelFault formatFault;
   kyv::ModelFault parseFault;
 };

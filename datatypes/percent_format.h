@@ -1,7 +1,7 @@
 #pragma once
 
 // A "%"-style date and time format, compiled once and run for every value. Parsing follows the C library's strptime and
-// printing its strftime, both in the "C" locale and in UTC.
+// printing its strftime, both in the "C" locale and in UTC. A row may be given a date model in its place.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +11,7 @@
 
 #include "datatypes/fixed_time_layout.h"
 #include "datatypes/percent_steps.h"
+#include "kyv/time_model.h"
 
 namespace kyv_internal {
 
@@ -19,10 +20,20 @@ inline constexpr std::size_t kMaxFormattedText = 1023;
 
 class PercentFormat {
  public:
-  explicit PercentFormat(std::string_view format);
+  // What a format is, besides one of calendar and clock.
+  enum class Kind : std::uint8_t {
+    kCalendar,
+    kSeconds,  // exactly "%s": a count of seconds
+    kModel     // model() reads and prints whole values; parse() is not for it
+  };
 
-  // The format is exactly "%s": a count of seconds instead of a calendar time.
-  bool isSeconds() const { return isSeconds_; }
+  explicit PercentFormat(std::string_view format);
+  explicit PercentFormat(const kyv::TimeModel& model);
+
+  Kind kind() const { return kind_; }
+
+  // REQUIRES: the kind is kModel.
+  const kyv::TimeModel& model() const { return *model_; }
 
   // Whether every text that it prints consists of digits and of the same other characters in the same places, but for
   // years that have not four digits.
@@ -44,16 +55,21 @@ class PercentFormat {
 
   // Prints into `out`, which has room for kMaxFormattedText characters; no terminator. Seconds outside the calendar's
   // years print as 1970-01-01 00:00:00, but "%s" alone prints any count. Returns the number of characters, 0 when the
-  // text would be too long.
+  // text would be too long, or a model cannot print it.
   std::size_t print(std::int64_t seconds, char* out) const;
 
  private:
+  std::size_t printWithoutCalendar(std::int64_t seconds, char* out) const;
   bool parseSteps(std::string_view text, std::int64_t& seconds) const;
 
   PercentSteps steps_;
   std::size_t usualSize_;  // of the texts that parseUsual() reads; no text has it when there are none
   std::optional<FixedTimeLayout> layout_;
-  bool isSeconds_;
+  Kind kind_;
+  std::optional<kyv::TimeModel> model_;
 };
+
+// Prints a value, as print() does its seconds.
+std::size_t printByModel(const kyv::TimeModel& model, kyv::TimeType type, std::int64_t value, char* out);
 
 }  // namespace kyv_internal

@@ -11,6 +11,8 @@ const ModelFault& TimeModel::formatFault() const { return program_->tokens().for
 
 const ModelFault& TimeModel::parseFault() const { return program_->tokens().parseFault; }
 
+bool TimeModel::readsYear() const { return program_->tokens().readsYear; }
+
 std::size_t TimeModel::maxLength() const { return program_->maxLength(); }
 
 std::optional<std::string_view> TimeModel::format(TimeType type, std::int64_t value, std::span<char> room) const {

@@ -228,6 +228,9 @@ RecordPrinter::~RecordPrinter() = default;
 void RecordPrinter::setDateFormat(const char* format) { parts_->set(parts_->formats.date, format); }
 void RecordPrinter::setTimestampFormat(const char* format) { parts_->set(parts_->formats.timestamp, format); }
 void RecordPrinter::setTimeFormat(const char* format) { parts_->set(parts_->formats.time, format); }
+void RecordPrinter::setDateModel(const TimeModel& model) { parts_->set(parts_->formats.date, model); }
+void RecordPrinter::setTimestampModel(const TimeModel& model) { parts_->set(parts_->formats.timestamp, model); }
+void RecordPrinter::setTimeModel(const TimeModel& model) { parts_->set(parts_->formats.time, model); }
 void RecordPrinter::setSeparator(char separator) { parts_->set(parts_->separator, separator); }
 void RecordPrinter::setWithService(bool withService) { parts_->withService = withService; }
 

@@ -15,6 +15,10 @@
 #include "kyv/connection_errors.h"
 #include "kyv/export.h"
 
+namespace kyv {
+class TimeModel;
+}
+
 namespace kyv_internal {
 struct PreparedSettings;
 }
@@ -119,7 +123,14 @@ class KYV_EXPORT ConnectionRow {
   // The stream name where the row keeps it; valid until the name changes.
   const char* streamName() const { return streamName_.c_str(); }
 
-  // Copies the stream name, the schema (a clone when `source` owns its own) and the three formats.
+  // Date models in place of the "%"-style formats; whichever was set last holds. Fields that a model does not name are
+  // those of 1970-01-01 00:00:00, as with formats. A text that the model cannot read fails like one that does not match
+  // its format; a value that it cannot print is an empty text. Ask the model for its faults first.
+  void setTimeModel(const kyv::TimeModel& model);
+  void setDateModel(const kyv::TimeModel& model);
+  void setTimestampModel(const kyv::TimeModel& model);  // for bigdatetime too
+
+  // Copies the stream name, the schema (a clone when `source` owns its own) and the three formats or models.
   void copyCommonFrom(ConnectionRow* source);
 
   // The operation of a letter: i, u, d or p in either case. Otherwise false with a message, `out` unchanged.

@@ -15,6 +15,7 @@
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row.h"
 #include "kyv/export.h"
+#include "kyv/time_model.h"
 
 namespace kyv {
 
@@ -30,6 +31,10 @@ class KYV_EXPORT RecordPrinter {
   void setDateFormat(const char* format);
   void setTimestampFormat(const char* format);
   void setTimeFormat(const char* format);
+  // Date models in their place. A value that a model cannot print is an empty text.
+  void setDateModel(const TimeModel& model);
+  void setTimestampModel(const TimeModel& model);
+  void setTimeModel(const TimeModel& model);
   void setSeparator(char separator);      // of delimited text; a comma unless set
   void setWithService(bool withService);  // lines tell the stream name and the operation; not unless set
 

@@ -71,6 +71,9 @@ class KYV_EXPORT TimeModel {
   const ModelFault& formatFault() const;
   const ModelFault& parseFault() const;
 
+  // Whether texts tell the year, or a count that does. If not, values are those of 1900.
+  bool readsYear() const;
+
   // The longest text that it prints, in bytes.
   std::size_t maxLength() const;
 
