@@ -47,7 +47,7 @@ class CompactHeader {
 
   std::uint32_t length() const { return length_; }
   std::size_t columns() const { return columns_; }
-  const unsigned char* bytes() const { return at(record_, 0); }
+  const char* bytes() const { return static_cast<const char*>(record_); }
 
   std::uint16_t tag() const {
     return length_ < kCompactTableOffset ? std::uint16_t{0} : load<std::uint16_t>(at(record_, kCompactTagOffset));
@@ -67,8 +67,10 @@ inline std::int64_t findExtents(const CompactHeader& header, CompactExtent* exte
   std::uint32_t end = header.length();
   for (std::size_t column = header.columns(); column-- > 0;) {
     const auto begin = static_cast<std::uint32_t>(header.entry(column));  // a negative one is past every length
-    const bool makesSense = begin != 0 && begin <= end && end <= header.length();
-    extents[column] = makesSense ? CompactExtent{begin, end - begin} : CompactExtent{0, 0};
+    // Taken apart without a branch: which columns are NULL cannot be foreseen.
+    const bool makesSense = (begin != 0) & (begin <= end) & (end <= header.length());
+    const std::uint32_t mask = makesSense ? ~std::uint32_t{0} : 0;
+    extents[column] = {begin & mask, (end - begin) & mask};
     sum += extents[column].size;
     end = begin != 0 ? begin : end;
   }

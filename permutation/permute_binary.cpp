@@ -61,14 +61,14 @@ std::int64_t sumOfSizes(const InputColumns& input, int outCount, ColumnOf column
 }
 
 template <class ColumnOf>
-void fill(const InputColumns& input, int outCount, ColumnOf columnOf, unsigned char* out, std::size_t size) {
-  const unsigned char* const record = input.header().bytes();
-  const unsigned char* const recordEnd = record + input.header().length();
-  unsigned char* value = out + compactEntryOffset(static_cast<std::size_t>(outCount));
-  unsigned char* entry = out + compactEntryOffset(0);
-  for (int i = 0; i < outCount; ++i, entry += kyv_internal::kCompactEntrySize) {
+void fill(const InputColumns& input, int outCount, ColumnOf columnOf, char* out, std::size_t size) {
+  const char* const record = input.header().bytes();
+  const char* const recordEnd = record + input.header().length();
+  char* value = out + compactEntryOffset(static_cast<std::size_t>(outCount));
+  for (int i = 0; i < outCount; ++i) {
     const CompactExtent extent = input[columnOf(i)];
-    store(entry, extent.size != 0 ? static_cast<std::int32_t>(value - out) : 0);
+    store(out + compactEntryOffset(static_cast<std::size_t>(i)),
+          extent.size != 0 ? static_cast<std::int32_t>(value - out) : 0);
     value = kyv_internal::copyPiece(record + extent.begin, recordEnd, extent.size, value, out + size);
   }
 }
@@ -82,7 +82,7 @@ bool permute(const void* row, void** out, int outCount, int inCount, ColumnOf co
   const std::int64_t size = static_cast<std::int64_t>(compactEntryOffset(static_cast<std::size_t>(outCount))) +
                             (columnOf.takesAll() ? input.sumOfSizes() : sumOfSizes(input, outCount, columnOf));
   if (size > kyv_internal::kMostCompactBytes) return false;
-  auto* const record = static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(size)));
+  auto* const record = static_cast<char*>(std::malloc(static_cast<std::size_t>(size)));
   if (record == nullptr) return false;
   store(record + kyv_internal::kCompactLengthOffset, static_cast<std::int32_t>(size));
   store(record + kyv_internal::kCompactTagOffset, input.header().tag());
