@@ -33,21 +33,25 @@ CommonParser::TimeFormatParser_CommonFromString(const char* text, unsigned long 
 
 bool CommonParser::IsDone() { return kyv_internal::readEnd(input, exactMode != 0); }
 
-void CommonParser::OnChar(char c) { status = kyv_internal::readLiteral(input, c, exactMode != 0); }
+// Here and below a success leaves the status alone: only a failure says anything about it.
+void CommonParser::OnChar(char c) {
+  if (!kyv_internal::readLiteral(input, c, exactMode != 0)) status = false;
+}
 
 Parser::TimeFormatParser_TimeFromString(const char* text, unsigned long length)
     : TimeFormatParser_CommonFromString(text, length) {}
 
 void Parser::read(Token token, Case letters) {
-  const auto [gives, excludes] = kyv_internal::claimOf(token);
-  status = gives != 0 && (kyv_internal::givenIn(fields) & excludes) == 0 &&
-           kyv_internal::readField({token, letters, exactMode != 0, fillMode != 0}, input, fields);
+  if ((kyv_internal::givenIn(fields) & kyv_internal::claimOf(token).excludes) != 0 ||
+      !kyv_internal::readField({token, letters, exactMode != 0, fillMode != 0}, input, fields))
+    refuse();
 }
 
 void Parser::readZone(Token token) {
   if ((kyv_internal::givenIn(fields) & kyv_internal::claimOf(token).excludes) != 0) return refuse();
   fields.zone = kyv_internal::readZoneName(input, exactMode != 0);
-  fields.hasZone = status = !fields.zone.empty() && kyv_internal::Zone::open(fields.zone.c_str());
+  fields.hasZone = !fields.zone.empty() && kyv_internal::Zone::open(fields.zone.c_str());
+  if (!fields.hasZone) refuse();
 }
 
 // --- The operations, one line each, in the order of the virtual table -----------------------------------------------

@@ -139,6 +139,16 @@ template class ToStringParser<TimestampFields>;
 template class ToStringParser<DateFields>;
 template class ToStringParser<BigDateTimeFields>;
 
+TimeFormatParser_TimeToString::TimeFormatParser_TimeToString(long& toPrint, const char* zoneName, std::string& output)
+    : ToStringParser(toPrint, zoneName, output) {}
+
+DateFormatParser_DateToString::DateFormatParser_DateToString(long& toPrint, const char* zoneName, std::string& output)
+    : ToStringParser(toPrint, zoneName, output) {}
+
+BigDateTimeFormatParser_TimeToString::BigDateTimeFormatParser_TimeToString(long& toPrint, const char* zoneName,
+                                                                           std::string& output)
+    : ToStringParser(toPrint, zoneName, output) {}
+
 void TimestampToString(long value, const char* format, const char* zone, std::string& out) {
   kyv_internal::printValue<TimeFormatParser_TimeToString>(value, format, zone, out);
 }

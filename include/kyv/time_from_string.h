@@ -79,8 +79,10 @@ class KYV_EXPORT TimeFormatParser_CommonFromString : public TimeFormatParser {
   TextInput input;
 };
 
-// Reads all of a model into `fields`.
-class KYV_EXPORT TimeFormatParser_TimeFromString final : public TimeFormatParser_CommonFromString {
+// Reads all of a model into `fields`. Has no virtual destructor: nobody deletes an object of a derived class by it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+class KYV_EXPORT TimeFormatParser_TimeFromString : public TimeFormatParser_CommonFromString {
  public:
   // The text outlives the parser.
   TimeFormatParser_TimeFromString(const char* text, unsigned long length);
@@ -133,5 +135,6 @@ class KYV_EXPORT TimeFormatParser_TimeFromString final : public TimeFormatParser
   void read(kyv_internal::ModelToken token, Case letters = kCapitalised);
   void readZone(kyv_internal::ModelToken token);
 };
+#pragma GCC diagnostic pop
 
 }  // namespace DataTypes

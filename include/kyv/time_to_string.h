@@ -75,14 +75,10 @@ struct KYV_EXPORT BigDateTimeFields {
   bool threeDigitFraction = false;
 };
 
-// Prints one value by one model: Parse appends to the output and says whether all of it could be printed.
+// The operations, which the three parsers below have in common.
 template <class Fields>
-class KYV_EXPORT ToStringParser final : public TimeFormatParser {
+class KYV_EXPORT ToStringParser : public TimeFormatParser {
  public:
-  // Takes the value apart for the zone (null or empty: UTC). Both `toPrint` and `output` outlive the parser. Clears
-  // `status` when ICU does not know the zone or the calendar does not reach to the date.
-  ToStringParser(long& toPrint, const char* zoneName, std::string& output);
-
   bool IsDone() override;
   void OnChar(char c) override;
   void OnFieldAM(Case letters) override;
@@ -128,6 +124,10 @@ class KYV_EXPORT ToStringParser final : public TimeFormatParser {
 
   Fields fields;
 
+ protected:
+  ToStringParser(long& toPrint, const char* zoneName, std::string& output);
+  ~ToStringParser() = default;
+
  private:
   void refuse();
   void append(const char* end);
@@ -137,12 +137,34 @@ class KYV_EXPORT ToStringParser final : public TimeFormatParser {
   void printInZone(kyv_internal::ModelToken token);
 };
 
-using TimeFormatParser_TimeToString = ToStringParser<TimestampFields>;
-using DateFormatParser_DateToString = ToStringParser<DateFields>;
-using BigDateTimeFormatParser_TimeToString = ToStringParser<BigDateTimeFields>;
-
 extern template class ToStringParser<TimestampFields>;
 extern template class ToStringParser<DateFields>;
 extern template class ToStringParser<BigDateTimeFields>;
+
+// Each prints one value by one model: Parse appends to the output and says whether all of it could be printed.
+//
+// Constructors take the value apart for the zone (null or empty: UTC). Both `toPrint` and `output` outlive the parser.
+// They clear `status` when ICU does not know the zone or the calendar does not reach to the date.
+//
+// Required as is: these have no virtual destructor. Do not delete an object of a derived class by one of them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
+class KYV_EXPORT TimeFormatParser_TimeToString : public ToStringParser<TimestampFields> {
+ public:
+  TimeFormatParser_TimeToString(long& toPrint, const char* zoneName, std::string& output);
+};
+
+class KYV_EXPORT DateFormatParser_DateToString : public ToStringParser<DateFields> {
+ public:
+  DateFormatParser_DateToString(long& toPrint, const char* zoneName, std::string& output);
+};
+
+class KYV_EXPORT BigDateTimeFormatParser_TimeToString : public ToStringParser<BigDateTimeFields> {
+ public:
+  BigDateTimeFormatParser_TimeToString(long& toPrint, const char* zoneName, std::string& output);
+};
+
+#pragma GCC diagnostic pop
 
 }  // namespace DataTypes

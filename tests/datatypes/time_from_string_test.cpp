@@ -335,6 +335,25 @@ TEST(TimeFromString, KeepsWhatItFound) {
   EXPECT_TRUE(parser.fields.hasZoneHours);
 }
 
+// Takes a number in brackets.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // of the base
+struct BracketParser final : DataTypes::TimeFormatParser_TimeFromString {
+  using TimeFormatParser_TimeFromString::TimeFormatParser_TimeFromString;
+  void OnFieldDD() override {
+    OnChar('[');
+    TimeFormatParser_TimeFromString::OnFieldDD();
+    OnChar(']');
+  }
+};
+#pragma GCC diagnostic pop
+
+TEST(TimeFromString, AFailureStaysThoughMoreOfAFieldIsRead) {
+  EXPECT_TRUE(BracketParser("[12]", 4).Parse("DD", 2));
+  EXPECT_FALSE(BracketParser("12]", 3).Parse("DD", 2));
+  EXPECT_FALSE(BracketParser("[x]", 3).Parse("DD", 2));
+}
+
 // --- Both directions ------------------------------------------------------------------------------------------------
 
 struct Direction {

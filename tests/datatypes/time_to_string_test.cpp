@@ -1,3 +1,10 @@
+// Callers may name the parsers before they include anything.
+namespace DataTypes {
+class TimeFormatParser_TimeToString;
+class DateFormatParser_DateToString;
+class BigDateTimeFormatParser_TimeToString;
+}  // namespace DataTypes
+
 #include "kyv/time_to_string.h"
 
 #include <gtest/gtest.h>
@@ -106,6 +113,22 @@ TEST(TimeToString, PrintsThreeDigitsOfTheFractionWhereTheParserIsToldSo) {
   parser.fields.threeDigitFraction = true;
   EXPECT_TRUE(parser.Parse("FF FF3 FMFF", 11));
   EXPECT_EQ(out, "056 234 56");
+}
+
+// Prints blanks as "_".
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // of the base
+struct JoiningParser final : DataTypes::TimeFormatParser_TimeToString {
+  using TimeFormatParser_TimeToString::TimeFormatParser_TimeToString;
+  void OnChar(char c) override { TimeFormatParser_TimeToString::OnChar(c == ' ' ? '_' : c); }
+};
+#pragma GCC diagnostic pop
+
+TEST(TimeToString, LetsADerivedParserChangeAnOperation) {
+  long value = kSpring;
+  std::string out;
+  EXPECT_TRUE(JoiningParser(value, "UTC", out).Parse("DD Mon", 6));
+  EXPECT_EQ(out, "05_Mar");
 }
 
 TEST(TimeToString, KeepsTheSignOfAFractionBefore1970) {
