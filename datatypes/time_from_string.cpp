@@ -12,7 +12,7 @@ namespace {
 constexpr std::int64_t kMicrosPerSecond = 1'000'000;
 
 bool readValue(const char* text, const char* model, std::int64_t microsPerUnit, long& result) {
-  DataTypes::TimeFormatParser_TimeFromString parser(text, std::strlen(text));
+  DataTypes::TimeFormatParser_TimeFromString parser(text, std::strlen(text), result);
   if (!parser.Parse(model, std::strlen(model))) return false;
   const auto value = valueOf(parser.fields, microsPerUnit,
                              [&](std::int64_t seconds) { return secondsInZone(parser.fields.zone, seconds); });
@@ -38,8 +38,10 @@ void CommonParser::OnChar(char c) {
   if (!kyv_internal::readLiteral(input, c, exactMode != 0)) status = false;
 }
 
-Parser::TimeFormatParser_TimeFromString(const char* text, unsigned long length)
-    : TimeFormatParser_CommonFromString(text, length) {}
+Parser::TimeFormatParser_TimeFromString(const char* text, unsigned long length, long& toFill)
+    : TimeFormatParser_CommonFromString(text, length) {
+  value = &toFill;
+}
 
 void Parser::read(Token token, Case letters) {
   if ((kyv_internal::givenIn(fields) & kyv_internal::claimOf(token).excludes) != 0 ||

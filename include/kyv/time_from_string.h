@@ -84,8 +84,9 @@ class KYV_EXPORT TimeFormatParser_CommonFromString : public TimeFormatParser {
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 class KYV_EXPORT TimeFormatParser_TimeFromString : public TimeFormatParser_CommonFromString {
  public:
-  // The text outlives the parser.
-  TimeFormatParser_TimeFromString(const char* text, unsigned long length);
+  // The text outlives the parser, as does what `value` points at from here on: a place for the value, which is for
+  // whoever has called Parse to fill from `fields`.
+  TimeFormatParser_TimeFromString(const char* text, unsigned long length, long& toFill);
 
   void OnFieldAM(Case letters) override;
   void OnFieldPM(Case letters) override;

@@ -325,7 +325,8 @@ TEST(TimeFromString, FailsBeyond64BitsAndBeyondTheCalendar) {
 }
 
 TEST(TimeFromString, KeepsWhatItFound) {
-  DataTypes::TimeFormatParser_TimeFromString parser("Sunday 23:59 +01", 16);
+  long value = 7;
+  DataTypes::TimeFormatParser_TimeFromString parser("Sunday 23:59 +01", 16, value);
   EXPECT_TRUE(parser.Parse("Day HH24:MI TZH", 15));
   EXPECT_EQ(parser.fields.weekday, 0);
   EXPECT_EQ(parser.fields.hour, 11);
@@ -335,7 +336,7 @@ TEST(TimeFromString, KeepsWhatItFound) {
   EXPECT_TRUE(parser.fields.hasZoneHours);
 }
 
-// Takes a number in brackets.
+// Takes a day in brackets, and stores it.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // of the base
 struct BracketParser final : DataTypes::TimeFormatParser_TimeFromString {
@@ -344,14 +345,17 @@ struct BracketParser final : DataTypes::TimeFormatParser_TimeFromString {
     OnChar('[');
     TimeFormatParser_TimeFromString::OnFieldDD();
     OnChar(']');
+    *value = fields.day;
   }
 };
 #pragma GCC diagnostic pop
 
 TEST(TimeFromString, AFailureStaysThoughMoreOfAFieldIsRead) {
-  EXPECT_TRUE(BracketParser("[12]", 4).Parse("DD", 2));
-  EXPECT_FALSE(BracketParser("12]", 3).Parse("DD", 2));
-  EXPECT_FALSE(BracketParser("[x]", 3).Parse("DD", 2));
+  long day = 0;
+  EXPECT_TRUE(BracketParser("[12]", 4, day).Parse("DD", 2));
+  EXPECT_EQ(day, 12);
+  EXPECT_FALSE(BracketParser("12]", 3, day).Parse("DD", 2));
+  EXPECT_FALSE(BracketParser("[x]", 3, day).Parse("DD", 2));
 }
 
 // --- Both directions ------------------------------------------------------------------------------------------------
