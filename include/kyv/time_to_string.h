@@ -146,7 +146,7 @@ extern template class ToStringParser<BigDateTimeFields>;
 // Constructors take the value apart for the zone (null or empty: UTC). Both `toPrint` and `output` outlive the parser.
 // They clear `status` when ICU does not know the zone or the calendar does not reach to the date.
 //
-// Required as is: these have no virtual destructor. Do not delete an object of a derived class by one of them.
+// They may be derived from, but have no virtual destructor: nobody deletes an object of a derived class by one of them.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
