@@ -14,16 +14,23 @@ const Row2* recordOf(std::string_view bytes) {
   return static_cast<const Row2*>(static_cast<const void*>(bytes.data()));
 }
 
-bool isHostOrder(std::string_view record) {
-  if (record.size() < kTableOffset) return true;
-  return (load<std::uint32_t>(at(record.data(), kFlagsOffset)) & kBigEndianFlag) == kHostByteOrderFlag;
-}
-
 }  // namespace
 
 RecordChecker::RecordChecker(const kyv::StreamSchema& schema) : columns_(schema.getColumnCount()) {
   for (int i = 0; i < columns_; ++i) types_.push_back(schema.getColumnType(i));
   types_.push_back(DataTypes::kUndefined);
+}
+
+bool RecordChecker::isHostOrder(std::string_view record) {
+  if (record.size() < kTableOffset) return true;
+  return (load<std::uint32_t>(at(record.data(), kFlagsOffset)) & kBigEndianFlag) == kHostByteOrderFlag;
+}
+
+std::string_view RecordChecker::toHostOrder(std::string_view record, std::string& error) {
+  converted_ = record;
+  auto* const copy = static_cast<Row2*>(static_cast<void*>(converted_.data()));
+  const bool sound = copy->validateVarToNativeByteOrder(error, columns_, 0, types_.data(), nullptr);
+  return sound ? std::string_view(converted_) : std::string_view();
 }
 
 // The whole check comes first: it alone knows where in the record a fault lies.
@@ -42,14 +49,8 @@ void RecordChecker::checkAsReceived(std::string_view record) {
   const bool hasOpcode = record.size() >= kStreamIdOffset;  // the word behind it
   if (hasOpcode && !recordOf(record)->validateOpcode(error)) add({error, 0});
   const bool sound = isHostOrder(record) ? recordOf(record)->validateVar(error, columns_, 0, types_.data(), nullptr)
-                                         : checkConverted(record, error);
+                                         : !toHostOrder(record, error).empty();
   if (!sound) add({error, 0});
-}
-
-bool RecordChecker::checkConverted(std::string_view record, std::string& error) {
-  converted_ = record;
-  auto* const copy = static_cast<Row2*>(static_cast<void*>(converted_.data()));
-  return copy->validateVarToNativeByteOrder(error, columns_, 0, types_.data(), nullptr);
 }
 
 // Two checks often say the same.

@@ -1,5 +1,6 @@
 #include "record_rows.h"
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -7,6 +8,7 @@
 #include "kyv/data_types.h"
 #include "kyv/record_printer.h"
 #include "kyv/string_utility.h"
+#include "record_checker.h"
 #include "record_header.h"
 
 namespace kyv_internal {
@@ -18,7 +20,7 @@ class RecordRows final : public RowConverter {
  public:
   RecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
              const std::vector<kyv::RecordPrinter::Column>& columns)
-      : schema_(schema), form_(form), printer_(schema_) {
+      : schema_(schema), form_(form), printer_(schema_), checker_(schema_) {
     layout.applyFormats(printer_);
     printer_.setSeparator(layout.separator.value_or(kDefaultSeparator));
     printer_.setWithService(layout.service);
@@ -35,6 +37,16 @@ class RecordRows final : public RowConverter {
   Extent readRow(std::string_view text) override { return {static_cast<std::size_t>(recordLength(text.data())), 0}; }
 
   bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) override {
+    if (RecordChecker::isHostOrder(row)) return appendRecord(row, recordNo, out);
+    std::string error;
+    const std::string_view converted = checker_.toHostOrder(row, error);
+    if (!converted.empty()) return appendRecord(converted, recordNo, out);
+    errors_.addGeneral(strprintf("record %lu: %s", recordNo, error.c_str()));
+    return false;
+  }
+
+  // Of a record in this machine's byte order.
+  bool appendRecord(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) {
     const auto columns = static_cast<int>(recordColumns(row.data()));
     if (columns != schema_.getColumnCount()) {
       errors_.addGeneral(
@@ -50,6 +62,7 @@ class RecordRows final : public RowConverter {
   kyv::StreamSchema schema_;
   PrintForm form_;
   kyv::RecordPrinter printer_;
+  RecordChecker checker_;
 };
 
 }  // namespace

@@ -105,10 +105,14 @@ TEST_F(Check, ReadsBothByteOrders) {
   const std::string rows = records();
   std::string mixed = rows.substr(0, kRecord) + opposite(rows.substr(kRecord, kRecord)) + rows.substr(2 * kRecord);
   EXPECT_EQ(check(mixed).status, 0);
+  EXPECT_EQ(run("kyv print -q -s people.json rows").out, run("kyv print -q -s people.json made").out);
   poke(mixed, kRecord + 24, 0x21000000);
   EXPECT_THAT(check(mixed).err,
               StartsWith("rows: record 2, at byte 76: column 1 offset 0x21 is invalid, overlapping with previous known "
                          "offset 0x24\nread 5, accepted 4, rejected 1 in "));
+  const Outcome printed = run("kyv print -s people.json rows");
+  EXPECT_EQ(printed.out, run("kyv print -q -s people.json made | sed 2d").out);
+  EXPECT_THAT(printed.err, StartsWith("rows: record 2: column 1 offset 0x21 is invalid, overlapping with previous "));
 }
 
 TEST_F(Check, TellsTornRecordsFromBrokenOnes) {
