@@ -8,13 +8,14 @@ set(KYV_INSTALL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/kyv_adapter_util)
 file(RELATIVE_PATH KYV_BIN_TO_LIB /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 file(RELATIVE_PATH KYV_PKGCONFIG_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 
-set_target_properties(kyv_system kyv_adapter_util PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kyv_system kyv_sdk kyv_adapter_util PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(kyv_system PROPERTIES EXPORT_NAME system)
+set_target_properties(kyv_sdk PROPERTIES EXPORT_NAME sdk)
 set_target_properties(kyv PROPERTIES INSTALL_RPATH "$ORIGIN/${KYV_BIN_TO_LIB}")
 
-# The system library is a private dependency: who uses only the adapter library does not link it, but the linker must find
-# it. Its header and its messages are installed by its own folder.
-install(TARGETS kyv_adapter_util kyv_system EXPORT kyv_adapter_util_targets)
+# The system library and the SDK are private dependencies: who uses only the adapter library does not link them, but the
+# linker must find them. Their headers, messages and stores are installed by their own folders.
+install(TARGETS kyv_adapter_util kyv_sdk kyv_system EXPORT kyv_adapter_util_targets)
 install(TARGETS kyv)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 

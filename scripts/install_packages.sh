@@ -6,7 +6,7 @@
 # Packages that are there already cost one look-up: then nothing is downloaded and no network is needed.
 set -euo pipefail
 
-build=(build-essential cmake ninja-build icu-devtools libicu-dev libcli11-dev nlohmann-json3-dev)
+build=(build-essential cmake ninja-build icu-devtools libicu-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev)
 test=(binutils libbenchmark-dev libgmock-dev libgtest-dev pkg-config)
 browser=(chromium)  # 120 MB to download; only the test of the page of `kyv inspect` uses it
 check=(ccache clang clang-format clang-tidy libclang-rt-14-dev)

@@ -1,0 +1,61 @@
+#include "platform/sdk/project.h"
+
+#include "platform/sdk/store_module.h"
+#include "platform/sdk/stream_record.h"
+
+namespace kyv_internal {
+
+const StreamDefinition::Column* Schema::column(std::int32_t position, Failure& failure) const {
+  const auto index = static_cast<std::size_t>(position);  // of a negative one beyond all
+  if (index < stream->columns.size()) return &stream->columns[index];
+  fail(failure, KYV_ERROR_USAGE, "stream '%s' has no column %d", stream->name.c_str(), position);
+  return nullptr;
+}
+
+Stream::Stream(Address project, StreamDefinition stream)
+    : address(std::move(project)),
+      definition(std::make_shared<const StreamDefinition>(std::move(stream))),
+      schema(owned.add<kyv_schema_t>(std::make_shared<Schema>(definition))) {}
+
+bool Project::connect(Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  if (store_ == nullptr) store_ = openStore(*address_, failure);
+  return store_ != nullptr;
+}
+
+bool Project::isConnected(Failure& failure) const {
+  return store_ != nullptr || fail(failure, KYV_ERROR_USAGE, "the project '%s:%s' is not connected",
+                                   address_->path.c_str(), address_->number.c_str());
+}
+
+Address Project::connectedAddress(Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  return isConnected(failure) ? address_ : nullptr;
+}
+
+kyv_stream_t* Project::handleOf(StreamDefinition stream) {
+  kyv_stream_t*& handle = streams_[stream.name];
+  if (handle == nullptr) handle = owned_.add<kyv_stream_t>(std::make_shared<Stream>(address_, std::move(stream)));
+  return handle;
+}
+
+kyv_stream_t* Project::defineStream(StreamDefinition stream, Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  if (!isConnected(failure) || !checkDefinition(stream, failure) || !store_->defineStream(stream, failure)) {
+    return nullptr;
+  }
+  return handleOf(std::move(stream));
+}
+
+kyv_stream_t* Project::findStream(const std::string& name, Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  StreamDefinition stream;
+  if (!isConnected(failure) || !store_->findStream(name, stream, failure)) return nullptr;
+  return handleOf(std::move(stream));
+}
+
+Uri::Uri(ProjectAddress address)
+    : project(owned.add<kyv_project_t>(
+          std::make_shared<Project>(std::make_shared<const ProjectAddress>(std::move(address))))) {}
+
+}  // namespace kyv_internal

@@ -1,0 +1,61 @@
+#include "platform/sdk/store_module.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace kyv_internal {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// The folder of this library. Without symbolic links: /lib may be one to /usr/lib, which has other neighbours.
+fs::path libraryFolder() {
+  Dl_info library{};
+  if (dladdr(std::bit_cast<const void*>(&openStore), &library) == 0) return {};
+  std::error_code error;
+  return fs::canonical(library.dli_fname, error).parent_path();
+}
+
+bool isModuleName(const std::string& name) {
+  return std::all_of(name.begin(), name.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+}
+
+fs::path modulePath(const std::string& name) {
+  const std::string folder = fromEnvironment("KYV_STORE_MODULES", "");
+  return (folder.empty() ? libraryFolder() : fs::path(folder)) / ("libkyv_store_" + name + ".so");
+}
+
+// dlopen gives the same module again when it is open already.
+OpenStore findOpenStore(const fs::path& path, Failure& failure) {
+  void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const function = module != nullptr ? dlsym(module, kOpenStoreName) : nullptr;
+  if (function != nullptr) return std::bit_cast<OpenStore>(function);
+  const char* const reason = dlerror();
+  fail(failure, KYV_ERROR_STORE, "the store cannot be opened: %s", reason != nullptr ? reason : "it has no entry");
+  return nullptr;
+}
+
+}  // namespace
+
+std::string fromEnvironment(const char* variable, const char* otherwise) {
+  const char* const value = secure_getenv(variable);
+  return value != nullptr && *value != '\0' ? value : otherwise;
+}
+
+std::unique_ptr<EventStore> openStore(const ProjectAddress& project, Failure& failure) {
+  const std::string name = fromEnvironment("KYV_STORE", "sqlite");
+  if (!isModuleName(name)) {
+    fail(failure, KYV_ERROR_USAGE, "KYV_STORE is '%s', which is no store's name", name.c_str());
+    return nullptr;
+  }
+  const OpenStore open = findOpenStore(modulePath(name), failure);
+  return std::unique_ptr<EventStore>(open != nullptr ? open(project, failure) : nullptr);
+}
+
+}  // namespace kyv_internal

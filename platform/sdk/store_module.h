@@ -1,0 +1,21 @@
+#pragma once
+
+// The back ends: which one serves projects, and how it is opened.
+//
+// KYV_STORE names it, "sqlite" unless it is set: the module libkyv_store_NAME.so, which lies beside this library, or in
+// the folder that KYV_STORE_MODULES names. Modules stay open as long as the process runs.
+
+#include <memory>
+
+#include "platform/sdk/event_store.h"
+
+namespace kyv_internal {
+
+// A new store for the project, of the back end that the environment chooses; null on failure.
+[[nodiscard]] std::unique_ptr<EventStore> openStore(const ProjectAddress& project, Failure& failure);
+
+// An environment variable's value, or what stands for an empty one and for one that is not there. A process with more
+// rights than its caller takes nothing from the caller's environment.
+std::string fromEnvironment(const char* variable, const char* otherwise);
+
+}  // namespace kyv_internal
