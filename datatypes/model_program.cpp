@@ -202,51 +202,82 @@ std::optional<std::int64_t> ModelProgram::parse(TimeType type, std::string_view 
 namespace {
 
 // Characters that are no tokens and stand side by side are one step, as far as they end in the model.
+bool joins(const std::vector<kyv::ModelStep>& steps, const ModelTokenStep& step) {
+  return step.token == ModelToken::kLiteral && !steps.empty() && steps.back().meaning == meaningOf(step) &&
+         steps.back().position + steps.back().length == step.position;
+}
+
 void addStep(std::vector<kyv::ModelStep>& steps, const ModelTokenStep& step, std::string_view text) {
-  const char* const literal = meaningOf(ModelToken::kLiteral);
-  const bool joins = step.token == ModelToken::kLiteral && !steps.empty() && steps.back().meaning == literal &&
-                     steps.back().position + steps.back().length == step.position;
-  if (!joins) {
-    steps.push_back({step.position, step.length, meaningOf(step.token), std::string(text)});
+  if (!joins(steps, step)) {
+    steps.push_back({step.position, step.length, meaningOf(step), std::string(text)});
     return;
   }
   steps.back().length += step.length;
   steps.back().text += text;
 }
 
+// Adds those modes that were reached.
+void addModes(kyv::ModelTrace& trace, const std::vector<ModelTokenStep>& modes) {
+  const bool wasRead = trace.failure == nullptr;
+  const std::size_t reached = wasRead || trace.steps.empty() ? std::string_view::npos : trace.steps.back().position;
+  for (const ModelTokenStep& mode : modes) {
+    if (mode.position < reached) trace.steps.push_back({mode.position, mode.length, meaningOf(mode), ""});
+  }
+  std::ranges::sort(trace.steps, {}, &kyv::ModelStep::position);
+}
+
 }  // namespace
 
-kyv::ModelTrace ModelProgram::traceFormat(TimeType type, std::int64_t value) const {
-  kyv::ModelTrace trace;
-  const std::optional<ZonedTime> time = takeApart(type, value);
-  if (tokens_.formatFault || !time) return trace;
+void ModelProgram::traceSteps(const ZonedTime& time, kyv::ModelTrace& trace) const {
   std::string whole;
   for (const ModelTokenStep& step : tokens_.steps) {
     std::array<char, kMaxFieldText> scratch;
     bool done = true;
-    const std::string_view text = textOf(step, *time, scratch.data(), done);
+    const std::string_view text = textOf(step, time, scratch.data(), done);
     addStep(trace.steps, step, text);
-    if (!done) return trace;
+    if (!done) {
+      trace.failure = "the count is beyond 64 bits";
+      return;
+    }
     whole += text;
   }
   trace.text = whole;
+}
+
+kyv::ModelTrace ModelProgram::traceFormat(TimeType type, std::int64_t value) const {
+  kyv::ModelTrace trace;
+  const std::optional<ZonedTime> time = takeApart(type, value);
+  trace.failure = tokens_.formatFault ? tokens_.formatFault.message
+                  : time              ? nullptr
+                                      : "the date is beyond the years of the calendar";
+  if (trace.failure == nullptr) traceSteps(*time, trace);
+  addModes(trace, tokens_.modes);
   return trace;
+}
+
+void ModelProgram::traceReading(TimeType type, std::string_view text, kyv::ModelTrace& trace) const {
+  Reading reading{{text.data(), text.size(), 0}, {}};
+  const auto reached = [&] { return std::min<std::size_t>(reading.input.position, text.size()); };
+  for (const ModelTokenStep& step : tokens_.steps) {
+    const bool done = readStep(step, reading);
+    addStep(trace.steps, step, text.substr(trace.end, reached() - trace.end));
+    trace.end = reached();
+    if (!done) {
+      trace.failure = "the text does not go on as the model does";
+      return;
+    }
+  }
+  const bool atEnd = readEnd(reading.input, tokens_.exactAtEnd);
+  trace.end = reached();
+  if (atEnd) trace.value = valueOf(reading, type);
+  if (!trace.value) trace.failure = atEnd ? "the value is out of range" : "the text goes on behind the model";
 }
 
 kyv::ModelTrace ModelProgram::traceParse(TimeType type, std::string_view text) const {
   kyv::ModelTrace trace;
-  if (tokens_.parseFault) return trace;
-  Reading reading{{text.data(), text.size(), 0}, {}};
-  for (const ModelTokenStep& step : tokens_.steps) {
-    const std::size_t begin = trace.end;
-    const bool done = readStep(step, reading);
-    trace.end = std::min<std::size_t>(reading.input.position, text.size());
-    addStep(trace.steps, step, text.substr(begin, trace.end - begin));
-    if (!done) return trace;
-  }
-  const bool atEnd = readEnd(reading.input, tokens_.exactAtEnd);
-  trace.end = std::min<std::size_t>(reading.input.position, text.size());
-  if (atEnd) trace.value = valueOf(reading, type);
+  trace.failure = tokens_.parseFault.message;
+  if (trace.failure == nullptr) traceReading(type, text, trace);
+  addModes(trace, tokens_.modes);
   return trace;
 }
 

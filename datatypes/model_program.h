@@ -55,6 +55,9 @@ class ModelProgram {
   char* printByProgram(kyv::TimeType type, std::int64_t value, char* out) const;
   std::optional<std::string_view> formatCarefully(kyv::TimeType type, std::int64_t value, std::span<char> room) const;
 
+  void traceSteps(const ZonedTime& time, kyv::ModelTrace& trace) const;
+  void traceReading(kyv::TimeType type, std::string_view text, kyv::ModelTrace& trace) const;
+
   bool readStep(const ModelTokenStep& step, Reading& reading) const;
   bool readZone(const ModelTokenStep& step, Reading& reading) const;
   std::optional<std::int64_t> valueOf(const Reading& reading, kyv::TimeType type) const;

@@ -15,12 +15,13 @@ class TokenCollector {
     const ModelToken token = found.row.token;
     if (token == ModelToken::kFM) fill_ = !fill_;
     if (token == ModelToken::kFX) tokens_.exactAtEnd = !tokens_.exactAtEnd;
-    if (token == ModelToken::kFM || token == ModelToken::kFX) return;
+    const bool isMode = token == ModelToken::kFM || token == ModelToken::kFX;
     const auto position = static_cast<std::size_t>(found.letters.data() - model_.data());
     const char character = token == ModelToken::kLiteral ? found.letters.front() : found.letters.back();
-    tokens_.steps.push_back(
-        {token, caseOf(found.letters), character, fill_, tokens_.exactAtEnd, position, found.letters.size()});
-    if (token != ModelToken::kLiteral) check(tokens_.steps.back());
+    (isMode ? tokens_.modes : tokens_.steps)
+        .push_back(
+            {token, caseOf(found.letters), character, fill_, tokens_.exactAtEnd, position, found.letters.size()});
+    if (!isMode && token != ModelToken::kLiteral) check(tokens_.steps.back());
   }
 
  private:
@@ -63,15 +64,15 @@ ModelTokens::ModelTokens(std::string_view model) {
   if (!parseFault) parseFault = openQuotation(model);
 }
 
-const char* meaningOf(ModelToken token) {
+const char* meaningOf(const ModelTokenStep& step) {
   using enum ModelToken;
-  switch (token) {
+  switch (step.token) {
     case kLiteral:
       return "as it stands";
     case kFM:
-      return "fill mode on or off";
+      return step.fill ? "fill mode on" : "fill mode off";
     case kFX:
-      return "exact mode on or off";
+      return step.exact ? "exact mode on" : "exact mode off";
     case kAM:
     case kPM:
       return "AM or PM";

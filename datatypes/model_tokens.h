@@ -12,7 +12,7 @@
 namespace kyv_internal {
 
 struct ModelTokenStep {
-  ModelToken token;  // neither FM nor FX, which are the modes of those behind them
+  ModelToken token;
   DataTypes::TimeFormatParser::Case letters;
   char character;  // of a literal; of FFn its digit
   bool fill;
@@ -24,7 +24,8 @@ struct ModelTokenStep {
 struct ModelTokens {
   explicit ModelTokens(std::string_view model);
 
-  std::vector<ModelTokenStep> steps;
+  std::vector<ModelTokenStep> steps;  // all but FM and FX, which are the modes of those behind them
+  std::vector<ModelTokenStep> modes;  // FM and FX, with the modes that they set
   bool exactAtEnd = false;
   bool readsYear = false;  // or a count, which tells all
   kyv::ModelFault formatFault;
@@ -32,6 +33,6 @@ struct ModelTokens {
 };
 
 // What a token stands for, in a few words. Static.
-const char* meaningOf(ModelToken token);
+const char* meaningOf(const ModelTokenStep& step);
 
 }  // namespace kyv_internal

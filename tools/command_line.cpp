@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -73,9 +74,10 @@ void addQuoted(CLI::App& app, CommandOptions& options) {
   addFlag(app, "--no-quoted", options.text.quoted, false, "Quotes protect nothing");
 }
 
-void addFormat(CLI::App& app, const char* name, std::optional<std::string>& format, const char* help) {
-  app.add_option_function<std::string>(
-         name, [&format](const std::string& text) { format = text; }, help)
+CLI::Option* addFormat(CLI::App& app, const char* name, std::optional<std::string>& format, const char* help) {
+  return app
+      .add_option_function<std::string>(
+          name, [&format](const std::string& text) { format = text; }, help)
       ->type_name("F")
       ->check([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); });
 }
@@ -86,9 +88,20 @@ void addDateFormats(CLI::App& app, CommandOptions& options) {
             "How timestamps are written, such as %Y-%m-%dT%H:%M:%S, fractions of a second aside");
 }
 
+// A type is written by a format or by a model, not by both.
+void addModel(CLI::App& app, const std::string& type, std::optional<std::string>& model, const char* help) {
+  addFormat(app, ("--" + type + "-model").c_str(), model, help)
+      ->type_name("M")
+      ->excludes(app.get_option("--" + type + "-format"));
+}
+
 void addFormats(CLI::App& app, CommandOptions& options) {
   addDateFormats(app, options);
   addFormat(app, "--time-format", options.text.timeFormat, "How times of day are written, such as %H:%M");
+  addModel(app, "date", options.text.dateModel, "The same as a date model, such as DD.MM.YYYY");
+  addModel(app, "timestamp", options.text.timestampModel,
+           "The same as a date model, such as \"YYYY-MM-DD HH24:MI:SS.FF\"");
+  addModel(app, "time", options.text.timeModel, "The same as a date model, such as \"HH:MI AM\"");
 }
 
 void addService(CLI::App& app, CommandOptions& options, const char* help) {
@@ -242,6 +255,51 @@ void addInspectOptions(CLI::App& app, CommandOptions& options) {
   addQuiet(app, options);
 }
 
+template <class Value>
+struct NamedValue {
+  const char* name;
+  Value value;
+};
+
+// One of a few names.
+template <class Value, std::size_t count>
+CLI::Option* addName(CLI::App& app, const char* option, Value& value, const NamedValue<Value> (&names)[count],
+                     const char* help) {
+  std::map<std::string, Value> values;
+  std::string known;
+  for (std::size_t i = 0; i < count; ++i) {
+    values[names[i].name] = names[i].value;
+    known += std::string(i == 0 ? "" : i + 1 == count ? " or " : ", ") + names[i].name;
+  }
+  const auto store = [values, &value](const std::string& name) { value = values.at(name); };
+  const auto check = [values, known](const std::string& name) {
+    return values.contains(name) ? "" : "must be " + known;
+  };
+  return app.add_option_function<std::string>(option, store, help)->type_name("")->check(check);
+}
+
+void addTimeOptions(CLI::App& app, CommandOptions& options) {
+  using kyv::TimeType;
+  TimeTrial& time = options.time;
+  addName(app, "ACTION", time.action, {{"format", TimeAction::kFormat}, {"parse", TimeAction::kParse}},
+          "format: a count to text; parse: text to a count")
+      ->required();
+  app.add_option("MODEL", time.model, "The date model, such as \"YYYY-MM-DD HH24:MI:SS\"")->required()->type_name("");
+  app.add_option("VALUE", time.value, "The count or the text; behind -- when it begins with a dash")
+      ->required()
+      ->type_name("");
+  app.add_option("--zone", time.zone, "The time zone to print for, such as Europe/Berlin; UTC is the default")
+      ->type_name("Z");
+  addName(app, "--type", time.type,
+          {{"date", TimeType::kDate},
+           {"time", TimeType::kTime},
+           {"timestamp", TimeType::kTimestamp},
+           {"bigdatetime", TimeType::kBigDateTime}},
+          "What is counted: date and time seconds; timestamp, the default, milliseconds; bigdatetime microseconds")
+      ->type_name("T");
+  app.add_flag("-q,--quiet", options.quiet, "Write the result alone, without the table of tokens");
+}
+
 constexpr std::array kCommands = {
     Command{"infer", "Guess a schema from all rows of delimited text",
             "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
@@ -270,6 +328,10 @@ constexpr std::array kCommands = {
             "  kyv convert --schema people.json people.csv -o people.rows\n"
             "  kyv inspect --schema people.json people.rows\n",
             addInspectOptions, runInspect},
+    Command{"time", "Try a date model on a value",
+            "  kyv time format \"DD Mon YYYY HH24:MI TZH:TZM\" 1709622489120 --zone Europe/Berlin\n"
+            "  kyv time parse YYYY-MM-DD 2024/03/05 --type date\n",
+            addTimeOptions, runTime},
 };
 
 constexpr char kStatuses[] =

@@ -8,11 +8,23 @@
 #include <optional>
 #include <string>
 
+#include "kyv/time_model.h"
 #include "record_choice.h"
 #include "record_rows.h"
 #include "text_layout.h"
 
 namespace kyv_internal {
+
+enum class TimeAction { kFormat, kParse };
+
+// A value to try a date model on.
+struct TimeTrial {
+  TimeAction action = TimeAction::kFormat;
+  std::string model;
+  std::string value;
+  std::string zone;
+  kyv::TimeType type = kyv::TimeType::kTimestamp;
+};
 
 enum class ColourChoice { kAuto, kAlways, kNever };
 
@@ -31,6 +43,7 @@ struct CommandOptions {
   bool quiet = false;
   bool json = false;  // the summary as JSON
   RecordChoice records;
+  TimeTrial time;
   std::string html;  // a file for a page of records; none when empty
   bool raw = false;  // the library's plain dumps
   ColourChoice colour = ColourChoice::kAuto;

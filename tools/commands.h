@@ -13,5 +13,6 @@ ExitStatus runConvert(const CommandOptions& options);
 ExitStatus runPrint(const CommandOptions& options);
 ExitStatus runCheck(const CommandOptions& options);
 ExitStatus runInspect(const CommandOptions& options);
+ExitStatus runTime(const CommandOptions& options);
 
 }  // namespace kyv_internal

@@ -37,6 +37,10 @@ ExitStatus runConvert(const CommandOptions& options) {
     return ExitStatus::kFiles;
   }
   const TextLayout layout = TextLayout::merge(options.text, file.text);
+  if (!layout.checkModels(ModelUse::kRead, error)) {
+    complain(error);
+    return ExitStatus::kUsage;
+  }
   ConversionPlan plan;
   plan.rows = RowForm::kText;
   plan.firstLine = layout.header.value_or(false) ? FirstLine::kHeader : FirstLine::kRow;

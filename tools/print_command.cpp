@@ -40,6 +40,10 @@ ExitStatus runPrint(const CommandOptions& options) {
     return ExitStatus::kFiles;
   }
   const TextLayout layout = TextLayout::merge(options.text, file.text);
+  if (!layout.checkModels(ModelUse::kPrint, error)) {
+    complain(error);
+    return ExitStatus::kUsage;
+  }
   const bool header = options.text.header.value_or(false) && options.form == PrintForm::kDelimited;
   std::vector<kyv::RecordPrinter::Column> columns;
   if (!readColumns(options, file.schema(), columns)) return ExitStatus::kUsage;

@@ -45,6 +45,7 @@ class SchemaParser {
   bool readText(const Json& object, const char* key, const std::string& where, std::string& out);
   bool readFlag(const Json& object, const char* key, std::optional<bool>& out);
   bool readCount(const Json& object, const char* key, const std::string& where, std::optional<std::uint64_t>& out);
+  bool readSpelling(const Json& formats, const TextLayout::Spelling& spelling);
   bool readFormat(const Json& formats, const char* key, std::optional<std::string>& out);
   bool readId(const Json& root);
   bool readKey(const Json& root);
@@ -178,10 +179,19 @@ bool SchemaParser::readFormats(const Json& root) {
   const auto found = root.find("formats");
   if (found == root.end()) return true;
   if (!found->is_object()) return refuse(R"("formats" must be an object, {"date": "%Y-%m-%d"})");
-  return checkKeys(*found, "\"formats\"", {"date", "timestamp", "time"}) &&
-         readFormat(*found, "date", schema_.text.dateFormat) &&
-         readFormat(*found, "timestamp", schema_.text.timestampFormat) &&
-         readFormat(*found, "time", schema_.text.timeFormat);
+  return checkKeys(*found, "\"formats\"",
+                   {"date", "timestamp", "time", "date_model", "timestamp_model", "time_model"}) &&
+         std::ranges::all_of(TextLayout::kSpellings,
+                             [&](const TextLayout::Spelling& spelling) { return readSpelling(*found, spelling); });
+}
+
+bool SchemaParser::readSpelling(const Json& formats, const TextLayout::Spelling& spelling) {
+  const std::string format = spelling.type, model = format + "_model";
+  if (formats.contains(format) && formats.contains(model)) {
+    return refuse("\"formats\" has both \"" + format + "\" and \"" + model + "\"");
+  }
+  return readFormat(formats, format.c_str(), schema_.text.*spelling.format) &&
+         readFormat(formats, model.c_str(), schema_.text.*spelling.model);
 }
 
 bool SchemaParser::readFormat(const Json& formats, const char* key, std::optional<std::string>& out) {
@@ -229,12 +239,13 @@ std::string columnsText(const SchemaFile& schema) {
 
 std::string formatsText(const TextLayout& text) {
   std::string out;
-  const auto add = [&](const char* key, const std::optional<std::string>& format) {
-    if (format) out += (out.empty() ? "\"" : ", \"") + std::string(key) + "\": " + quoted(*format);
+  const auto add = [&](const std::string& key, const std::optional<std::string>& format) {
+    if (format) out += (out.empty() ? "\"" : ", \"") + key + "\": " + quoted(*format);
   };
-  add("date", text.dateFormat);
-  add("timestamp", text.timestampFormat);
-  add("time", text.timeFormat);
+  for (const TextLayout::Spelling& spelling : TextLayout::kSpellings) {
+    add(spelling.type, text.*spelling.format);
+    add(std::string(spelling.type) + "_model", text.*spelling.model);
+  }
   return out.empty() ? out : "{" + out + "}";
 }
 

@@ -6,7 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "kyv/time_model.h"
+
 namespace kyv_internal {
+
+enum class ModelUse { kPrint, kRead };
 
 struct TextLayout {
   std::optional<char> separator;
@@ -15,17 +19,24 @@ struct TextLayout {
   std::optional<std::string> dateFormat;
   std::optional<std::string> timestampFormat;
   std::optional<std::string> timeFormat;
+  std::optional<std::string> dateModel;  // in place of the format
+  std::optional<std::string> timestampModel;
+  std::optional<std::string> timeModel;
   bool service = false;  // lines begin with stream name and operation letter
 
   // What `winner` says, and where it says nothing, what `other` does.
   static TextLayout merge(const TextLayout& winner, const TextLayout& other) {
-    return {winner.separator ? winner.separator : other.separator,
-            winner.header ? winner.header : other.header,
-            winner.quoted ? winner.quoted : other.quoted,
-            winner.dateFormat ? winner.dateFormat : other.dateFormat,
-            winner.timestampFormat ? winner.timestampFormat : other.timestampFormat,
-            winner.timeFormat ? winner.timeFormat : other.timeFormat,
-            winner.service || other.service};
+    TextLayout merged = winner;
+    if (!merged.separator) merged.separator = other.separator;
+    if (!merged.header) merged.header = other.header;
+    if (!merged.quoted) merged.quoted = other.quoted;
+    merged.service = winner.service || other.service;
+    for (const Spelling& spelling : kSpellings) {
+      if (winner.*spelling.format || winner.*spelling.model) continue;
+      merged.*spelling.format = other.*spelling.format;
+      merged.*spelling.model = other.*spelling.model;
+    }
+    return merged;
   }
 
   // For a row or a record printer.
@@ -34,7 +45,21 @@ struct TextLayout {
     if (dateFormat) converter.setDateFormat(dateFormat->c_str());
     if (timestampFormat) converter.setTimestampFormat(timestampFormat->c_str());
     if (timeFormat) converter.setTimeFormat(timeFormat->c_str());
+    if (dateModel) converter.setDateModel(kyv::TimeModel(*dateModel));
+    if (timestampModel) converter.setTimestampModel(kyv::TimeModel(*timestampModel));
+    if (timeModel) converter.setTimeModel(kyv::TimeModel(*timeModel));
   }
+
+  // Whether all models can be used for this. False with a message that names the first that cannot.
+  [[nodiscard]] bool checkModels(ModelUse use, std::string& error) const;
+
+  // How the values of one type are written: by a format or by a model.
+  struct Spelling {
+    const char* type;
+    std::optional<std::string> TextLayout::*format;
+    std::optional<std::string> TextLayout::*model;
+  };
+  static const Spelling kSpellings[3];
 };
 
 inline constexpr char kDefaultSeparator = ',';

@@ -55,8 +55,10 @@ struct ModelStep {
   std::string text;     // that it printed, or read
 };
 
+// Ends at the step that failed, unless there is a result.
 struct ModelTrace {
-  std::vector<ModelStep> steps;       // in the model's order; the last one failed unless there is a value
+  std::vector<ModelStep> steps;       // in the model's order, FM and FX included
+  const char* failure = nullptr;      // static; null when there is a result
   std::optional<std::string> text;    // printed
   std::optional<std::int64_t> value;  // read
   std::size_t end = 0;                // where reading ended in the text

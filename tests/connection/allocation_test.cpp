@@ -17,6 +17,7 @@
 #include "kyv/data_types.h"
 #include "kyv/row2.h"
 #include "kyv/stream_schema.h"
+#include "kyv/time_model.h"
 
 namespace {
 long allocations = 0;
@@ -220,6 +221,25 @@ TEST_F(Allocations, CheckingARecordTakesNone) {
   };
   EXPECT_EQ(perCall(check), 0);
   EXPECT_TRUE(check()) << error;
+}
+
+TEST(ModelAllocations, AModelNeedsNoneForAValue) {
+  using kyv::TimeType;
+  char room[256];
+  for (const char* text : {"YYYY-MM-DD HH24:MI:SS.FF", "FMDay, DD Month YYYY HH:MI:SS AM", "YYYY-MM-DD HH24:MI:SS TZH",
+                           "Dy RM/DD/YYYY SSSSS", "MIC"}) {
+    const kyv::TimeModel model(text, "America/New_York");
+    const long before = allocations;
+    const auto printed = model.format(TimeType::kTimestamp, 1709622489120, room);
+    const auto read = model.parse(TimeType::kTimestamp, printed.value_or(""));
+    EXPECT_EQ(allocations, before) << text;
+    EXPECT_TRUE(printed && read) << text;
+  }
+  const kyv::TimeModel named("YYYY-MM-DD TZR", "America/New_York");
+  const long before = allocations;
+  EXPECT_TRUE(named.parse(TimeType::kDate, "2024-07-03 America/New_York"));
+  EXPECT_TRUE(named.format(TimeType::kDate, 0, room));
+  EXPECT_EQ(allocations, before);
 }
 
 }  // namespace

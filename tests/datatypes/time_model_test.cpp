@@ -198,13 +198,23 @@ TEST(TimeModel, TellsWhatEveryTokenDid) {
             "0+4 year=2024|5+4 as it stands= of |10+3 month, short name=Feb|13+2 as it stands=; |15+4 hour=7|");
   const kyv::ModelTrace failed = model.traceParse(TimeType::kDate, "2024 of May, xx");
   EXPECT_FALSE(failed.value);
+  EXPECT_STREQ(failed.failure, "the text does not go on as the model does");
   EXPECT_EQ(failed.end, 13);
   EXPECT_EQ(failed.steps.back().position, 15);
-  EXPECT_EQ(model.traceParse(TimeType::kDate, "2024 of Feb, 7 rest").end, 15);
-  EXPECT_FALSE(model.traceFormat(TimeType::kDate, std::numeric_limits<long>::max()).text);
+  const kyv::ModelTrace leftOver = model.traceParse(TimeType::kDate, "2024 of Feb, 7 rest");
+  EXPECT_EQ(leftOver.end, 15);
+  EXPECT_STREQ(leftOver.failure, "the text goes on behind the model");
+  constexpr long kHighest = std::numeric_limits<long>::max();
+  EXPECT_STREQ(model.traceFormat(TimeType::kDate, kHighest).failure, "the date is beyond the years of the calendar");
+  EXPECT_STREQ(TimeModel("MIC").traceFormat(TimeType::kTimestamp, kHighest).failure, "the count is beyond 64 bits");
+  EXPECT_STREQ(TimeModel("MS").traceParse(TimeType::kBigDateTime, std::to_string(kHighest)).failure,
+               "the value is out of range");
+  EXPECT_EQ(asText(TimeModel("FXDDFM-FXMM").traceParse(TimeType::kDate, "07-5").steps),
+            "0+2 exact mode on=|2+2 day of the month=07|4+2 fill mode on=|6+1 as it stands=-|7+2 exact mode off=|"
+            "9+2 month=5|");
 }
 
-TEST(TimeModel, IsUsedByManyThreadsAtOnce) {
+TEST(TimeModel, SeveralThreadsUseOneAtOnce) {
   const TimeModel model("YYYY-MM-DD HH24:MI:SS TZD", "Europe/London");
   std::vector<std::thread> threads;
   for (std::int64_t first : {0, 1, 2, 3}) {

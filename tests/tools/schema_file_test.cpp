@@ -97,7 +97,7 @@ TEST(SchemaFile, SaysWhatIsWrongAndWhere) {
       {with(R"("separator":"\"")"), "\"separator\" cannot be a quote, a line end or NUL"},
       {with(R"("separator":"\u0000")"), "\"separator\" cannot be a quote, a line end or NUL"},
       {with(R"("formats":[])"), R"("formats" must be an object, {"date": "%Y-%m-%d"})"},
-      {with(R"("formats":{"day":"x"})"), "unknown key \"day\" in \"formats\" (known: date, timestamp, time)"},
+      {with(R"("formats":{"day":"x"})"), "unknown key \"day\" in \"formats\" (known: date, timestamp, time, date_model, timestamp_model, time_model)"},
       {with(R"("formats":{"date":""})"), "\"date\" of \"formats\" is empty"},
       {R"({"stream":"s","columns":{}})", "\"columns\" must be a list of at least one column"},
       {R"({"stream":"s","columns":[]})", "\"columns\" must be a list of at least one column"},
