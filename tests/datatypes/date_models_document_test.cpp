@@ -1,4 +1,5 @@
-// The examples of docs/date_models.md: tables whose last three cells are a model, a zone and the text that it prints.
+// The examples of docs/date_models.md: tables whose last three cells are a model, a zone and the text that it prints,
+// or, from the heading on that says so, a model, a text and the value that it reads.
 
 #include <gtest/gtest.h>
 #include <unicode/uloc.h>
@@ -11,6 +12,7 @@
 
 #include "datatypes/format_tokens.h"
 #include "documents.h"
+#include "kyv/time_from_string.h"
 #include "kyv/time_to_string.h"
 
 namespace {
@@ -31,19 +33,26 @@ std::vector<std::string> quotedIn(const std::string& line) {
 
 struct Example {
   std::vector<std::string> tokens;
-  std::string model, zone, text;
+  std::string model, given, result;
+};
+
+struct Examples {
+  std::vector<Example> printing, reading;
 };
 
 // Every row of five cells that ends in three quoted ones.
-std::vector<Example> examples() {
+Examples examples() {
   std::ifstream document(kyv_test::kDateModelsDocument);
-  std::vector<Example> found;
+  Examples found;
+  bool reading = false;
   for (std::string line; std::getline(document, line);) {
+    if (line == "## Reading") reading = true;
     if (!line.starts_with("| ") || !line.ends_with("` |") || std::count(line.begin(), line.end(), '|') != 6) continue;
     const std::size_t second = line.find('|', 1);
     const std::vector<std::string> cells = quotedIn(line.substr(line.find('|', second + 1)));
     if (cells.size() != 3) continue;
-    found.push_back({quotedIn(line.substr(0, second)), cells[0], cells[1], cells[2]});
+    (reading ? found.reading : found.printing)
+        .push_back({quotedIn(line.substr(0, second)), cells[0], cells[1], cells[2]});
   }
   return found;
 }
@@ -52,22 +61,37 @@ TEST(DateModelsDocument, HasExamplesThatPrintWhatItSays) {
   UErrorCode error = U_ZERO_ERROR;
   const std::string before = uloc_getDefault();
   uloc_setDefault("en_US", &error);
-  for (const Example& example : examples()) {
+  for (const Example& example : examples().printing) {
     std::string text;
-    DataTypes::TimestampToString(kTimestamp, example.model.c_str(), example.zone.c_str(), text);
-    EXPECT_EQ(text, example.text) << example.model;
+    DataTypes::TimestampToString(kTimestamp, example.model.c_str(), example.given.c_str(), text);
+    EXPECT_EQ(text, example.result) << example.model;
   }
   uloc_setDefault(before.c_str(), &error);
 }
 
-TEST(DateModelsDocument, ListsEveryToken) {
-  std::set<std::string> listed;
-  for (const Example& example : examples()) listed.insert(example.tokens.begin(), example.tokens.end());
-  for (const kyv_internal::TokenRow& row : kyv_internal::tokenRows()) {
-    if (row.token == kyv_internal::ModelToken::kLiteral) continue;
-    std::string spelling(row.spelling);
-    if (spelling.back() == kyv_internal::TokenRow::kAnyDigit) spelling.back() = '1';
-    EXPECT_TRUE(listed.contains(spelling)) << spelling;
+TEST(DateModelsDocument, HasExamplesThatReadWhatItSays) {
+  for (const Example& example : examples().reading) {
+    long micros = 0;
+    std::string value;
+    if (DataTypes::BigDateTimeFromString(example.given.c_str(), example.model.c_str(), micros)) {
+      DataTypes::BigDateTimeToString(micros, "YYYY-MM-DD HH24:MI:SS.FF", "UTC", value);
+      if (!example.result.empty()) value.resize(example.result.size());
+    }
+    EXPECT_EQ(value, example.result) << example.model << " of " << example.given;
+  }
+}
+
+TEST(DateModelsDocument, ListsEveryTokenInBothDirections) {
+  const Examples both = examples();
+  for (const auto& table : {both.printing, both.reading}) {
+    std::set<std::string> listed;
+    for (const Example& example : table) listed.insert(example.tokens.begin(), example.tokens.end());
+    for (const kyv_internal::TokenRow& row : kyv_internal::tokenRows()) {
+      if (row.token == kyv_internal::ModelToken::kLiteral) continue;
+      std::string spelling(row.spelling);
+      if (spelling.back() == kyv_internal::TokenRow::kAnyDigit) spelling.back() = '1';
+      EXPECT_TRUE(listed.contains(spelling)) << spelling << " among those of " << table.front().model;
+    }
   }
 }
 
