@@ -16,6 +16,7 @@
 #include "kyv/data_types.h"
 #include "kyv/data_value.h"
 #include "kyv/flat.h"
+#include "kyv/gd_support.h"
 #include "kyv/mutexes.h"
 #include "kyv/record_printer.h"
 #include "kyv/row2.h"

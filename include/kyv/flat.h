@@ -37,6 +37,7 @@ typedef struct ConnectionRawTransHandle ConnectionRawTransHandle;
 typedef struct ConnectionErrorsHandle ConnectionErrorsHandle;
 typedef struct ConnectionPermutationHandle ConnectionPermutationHandle;
 typedef struct AdapterStatisticsMapHandle AdapterStatisticsMapHandle;
+typedef struct GDSupportHandle GDSupportHandle;
 
 /* --- Types -------------------------------------------------------------------------------------------------------- */
 
@@ -255,6 +256,21 @@ KYV_EXPORT int getExtOrderSize(ConnectionPermutationHandle* permutation);
 KYV_EXPORT const char** getExtOrder(ConnectionPermutationHandle* permutation);
 /* Stores a new text with the external name at an index from 0 on; null outside the order. */
 KYV_EXPORT void getColumnNameFromExtOrder(ConnectionPermutationHandle* permutation, int index, char** out);
+
+/* --- Guaranteed delivery ------------------------------------------------------------------------------------------ */
+
+/* Keeps the key of what an adapter processed last in a stream of the server; kyv/gd_support.h says how that stream must
+ * look. A function that fails stores a new text through `error`, success leaves `*error` alone; a null `error` is
+ * allowed. */
+
+/* Connects to the stream in the project PATH:NUMBER. The result is a handle whether or not that succeeded. */
+KYV_EXPORT GDSupportHandle* createGDSupport(const char* streamName, const char* projectPath, int number, char** error);
+/* The stored key; 0 when there is none, and on failure. */
+KYV_EXPORT long long getLastProcessedGDKey(GDSupportHandle* support, char** error);
+/* Stores a key and a flag, true unless 0. 0 on success. */
+KYV_EXPORT int updateTruncateStream(GDSupportHandle* support, long long key, int truncate, char** error);
+/* Disconnects, and destroys object and handle even when that failed; nothing for null. */
+KYV_EXPORT void deleteGDSupport(GDSupportHandle* support, char** error);
 
 /* --- Statistics --------------------------------------------------------------------------------------------------- */
 

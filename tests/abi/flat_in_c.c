@@ -384,6 +384,23 @@ static void permutations(void) {
   deleteConnectionPermutation(NULL);
 }
 
+/* Without a store, whatever machine this runs on: a handle and a text all the same. */
+static void delivery(void) {
+  char* error = NULL;
+  GDSupportHandle* support = NULL;
+  setenv("KYV_STORE", "?", 1);
+  support = createGDSupport("Keys", "adapters", 1, &error);
+  expectNumber("a handle", support != NULL, true);
+  expectNewText("not connected", error, "KYV_STORE is '?', which is no store's name");
+  expectNumber("no key", getLastProcessedGDKey(support, NULL), 0);
+  expectNumber("no update", updateTruncateStream(support, 1, 0, &error) != 0, true);
+  deleteL10NMessage(error);
+  error = NULL;
+  deleteGDSupport(support, &error);
+  deleteGDSupport(NULL, &error);
+  expectText("deleted", error, NULL);
+}
+
 static void statistics(void) {
   AdapterStatisticsMapHandle* map = createAdapterStatisticsMap();
   const char* names[2] = {NULL, NULL};
@@ -420,6 +437,7 @@ int main(void) {
   rowsOfAPool();
   transactions(errors);
   permutations();
+  delivery();
   statistics();
   expectReport(errors, NULL);
   deleteConnectionErrors(errors);

@@ -333,6 +333,19 @@ TEST(MemberOrder, OfConnectionPermutation) {
   EXPECT_THAT(permutation.members(), testing::WhenSorted(testing::ElementsAreArray(permutation.members())));
 }
 
+struct DeliveryMembers : GDSupport {
+  std::vector<const void*> members() const {
+    return {&uri, &error, &project, &subscriber, &publisher, &stream, &schema, &numColumns, &writer, &rowWriter};
+  }
+};
+
+TEST(MemberOrder, OfGDSupport) {
+  const DeliveryMembers support;
+  EXPECT_EQ(support.members().front(), &support) << "no virtual table";
+  EXPECT_THAT(support.members(), testing::WhenSorted(testing::ElementsAreArray(support.members())));
+  EXPECT_EQ(sizeof(GDSupport), 10 * sizeof(void*));
+}
+
 struct StatisticsMembers : AdapterStatisticsMap {
   static std::vector<std::ptrdiff_t> offsets() {
     return {offsetOf(&StatisticsMembers::statistics), offsetOf(&StatisticsMembers::ownedCopies)};
