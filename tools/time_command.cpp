@@ -30,6 +30,9 @@ std::string pointedAt(std::string_view text, std::size_t position, std::size_t l
   return "    " + printable(text) + "\n    " + std::string(before, ' ') + '^' + std::string(below - 1, '~') + '\n';
 }
 
+// Of the second, in values of a type.
+int fractionDigits(TimeType type) { return type == TimeType::kBigDateTime ? 6 : type == TimeType::kTimestamp ? 3 : 0; }
+
 // Columns as wide as their widest cell; the last one is as long as it is.
 std::string tableOf(const std::vector<std::array<std::string, 3>>& rows) {
   std::array<std::size_t, 2> widths{};
@@ -80,7 +83,7 @@ class TimeRun {
       complain(trace.failure);
       return ExitStatus::kBadRows;
     }
-    return write(printable(*trace.text), trace);
+    return write(options_.quiet ? *trace.text : printable(*trace.text), trace);
   }
 
   ExitStatus parse() const {
@@ -92,13 +95,19 @@ class TimeRun {
     return ExitStatus::kBadRows;
   }
 
-  // What the value means, so that nobody has to count seconds.
+  // What the value means, so that nobody has to count seconds; nothing for years that have not four digits. Before 1970
+  // a model would print the second after the one that has the fraction, so that is told apart here.
   std::string inWords(std::int64_t value) const {
-    if (options_.quiet) return "";
-    const kyv::TimeModel plain("YYYY-MM-DD HH24:MI:SS");
+    constexpr std::int64_t kFirstSecond = -62'167'219'200, kEndSecond = 253'402'300'800;
+    const int digits = fractionDigits(options_.time.type);
+    const std::int64_t units = digits == 6 ? 1'000'000 : digits == 3 ? 1000 : 1;
+    const std::int64_t fraction = (value % units + units) % units;
+    const std::int64_t seconds = value / units - (value % units < 0 ? 1 : 0);
+    if (options_.quiet || seconds < kFirstSecond || seconds >= kEndSecond) return "";
     char room[64];
-    const auto text = plain.format(options_.time.type, value, room);
-    return text ? "  (" + std::string(*text) + " UTC)" : "";
+    const auto text = kyv::TimeModel("YYYY-MM-DD HH24:MI:SS").format(TimeType::kDate, seconds, room);
+    const std::string rest = fraction > 0 ? strprintf(".%0*lld", digits, static_cast<long long>(fraction)) : "";
+    return "  (" + std::string(text.value_or("")) + rest + " UTC)";
   }
 
   ExitStatus write(const std::string& result, const kyv::ModelTrace& trace) const {

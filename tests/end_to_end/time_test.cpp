@@ -60,6 +60,26 @@ TEST_F(Tool, ShowsWhatEveryTokenOfAModelReads) {
             "\n");
 }
 
+TEST_F(Tool, TellsInWordsWhatAValueMeans) {
+  const struct {
+    const char* arguments;
+    const char* line;
+  } kCases[] = {
+      {"HH24:MI:SS.FF 07:08:09.5", "-2208963110500  (1900-01-01 07:08:09.500 UTC)\n"},
+      {"'YYYY SSSSS.FF' '1969 0.25' --type bigdatetime", "-31535999750000  (1969-01-01 00:00:00.250000 UTC)\n"},
+      {"YYYY 0000 --type date", "-62167219200  (0000-01-01 00:00:00 UTC)\n"},
+      {"SE 253402300799", "253402300799000  (9999-12-31 23:59:59 UTC)\n"},
+      {"SE 253402300800 --type time", "253402300800\n"},
+      {"MIC 9223372036854775807 --type bigdatetime", "9223372036854775807\n"},
+  };
+  for (const auto& row : kCases) {
+    const std::string out = run("kyv time parse " + std::string(row.arguments)).out;
+    EXPECT_EQ(out.substr(0, out.find('\n') + 1), row.line) << row.arguments;
+  }
+}
+
+TEST_F(Tool, WritesTheResultAloneAsItIs) { EXPECT_EQ(run("kyv time format -q \"YYYY\tMM\" 0").out, "1970\t01\n"); }
+
 TEST_F(Tool, PointsAtWhatIsWrongInAModel) {
   const struct {
     const char* arguments;
