@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -58,19 +59,7 @@ std::string compactRecord(const std::vector<std::string>& values) {
   return record;
 }
 
-void makeSample(Sample& sample, int trades) {
-  TradeGenerator generator;
-  sample.columns = trades * static_cast<int>(kTradeFieldCount);
-  for (int row = 0; row < kRows; ++row) {
-    std::string line;
-    for (int i = 0; i < trades; ++i) {
-      generator.appendLine(line);
-      line.back() = kSeparator;  // its line feed
-    }
-    line.pop_back();
-    sample.records.push_back(compactRecord(split(line)));
-    sample.lines.push_back(std::move(line));
-  }
+void makePermutation(Sample& sample) {
   std::string text;
   std::vector<std::string> platform;
   std::vector<std::string> external;
@@ -86,6 +75,35 @@ void makeSample(Sample& sample, int trades) {
   sample.permutation.setPlatOrder(platform);
   sample.permutation.setExternalOrder(external);
   sample.permutation.prepareOrder(false, error);
+}
+
+void makeSample(Sample& sample, int trades) {
+  TradeGenerator generator;
+  sample.columns = trades * static_cast<int>(kTradeFieldCount);
+  for (int row = 0; row < kRows; ++row) {
+    std::string line;
+    for (int i = 0; i < trades; ++i) {
+      generator.appendLine(line);
+      line.back() = kSeparator;  // its line feed
+    }
+    line.pop_back();
+    sample.records.push_back(compactRecord(split(line)));
+    sample.lines.push_back(std::move(line));
+  }
+  makePermutation(sample);
+}
+
+// Records of ten values of 100 to 300 bytes each.
+void makeLongSample(Sample& sample) {
+  constexpr unsigned kSeed = 1;
+  std::minstd_rand random(kSeed);
+  sample.columns = 10;
+  for (int row = 0; row < kRows; ++row) {
+    std::vector<std::string> values;
+    for (int i = 0; i < sample.columns; ++i) values.emplace_back(100 + random() % 201, static_cast<char>('a' + i));
+    sample.records.push_back(compactRecord(values));
+  }
+  makePermutation(sample);
 }
 
 // What a program that has no permutation does.
@@ -122,7 +140,14 @@ Record permuteRecord(const Sample& sample, const std::string& record) {
   return Record(static_cast<unsigned char*>(out));
 }
 
-void registerSample(Sample& sample, std::vector<char>& out) {
+void registerRecords(const std::string& job, const Sample& sample) {
+  registerSide(job + "/kyv", sample.records,
+               [&sample](const std::string& record) { return permuteRecord(sample, record); });
+  registerSide(job + "/peer", sample.records, copyRecord);
+}
+
+// Lines and records.
+void registerSample(const Sample& sample, std::vector<char>& out) {
   const std::string columns = std::to_string(sample.columns) + " columns";
   const auto permuteLine = [&sample, &out](const std::string& line) {
     sample.permutation.permuteCsvIn(line.c_str(), kSeparator, false, out.data());
@@ -136,9 +161,7 @@ void registerSample(Sample& sample, std::vector<char>& out) {
   registerSide("line of " + columns + ", copied/kyv", sample.lines, permuteOnly);
   registerSide("line of " + columns + ", copied/peer", sample.lines,
                [&out](const std::string& line) { return copyAndSearch(line, out.data()); });
-  registerSide("record of " + columns + "/kyv", sample.records,
-               [&sample](const std::string& record) { return permuteRecord(sample, record); });
-  registerSide("record of " + columns + "/peer", sample.records, copyRecord);
+  registerRecords("record of " + columns, sample);
 }
 
 }  // namespace
@@ -147,10 +170,13 @@ void runPermutationBenchmarks() {
   std::vector<char> out(4096);
   Sample ten;
   Sample twenty;
+  Sample longValues;
   makeSample(ten, 1);
   makeSample(twenty, 2);
+  makeLongSample(longValues);
   registerSample(ten, out);
   registerSample(twenty, out);
+  registerRecords("record of long values", longValues);
   benchmark::RunSpecifiedBenchmarks();
 }
 

@@ -26,6 +26,7 @@ record of 10 columns|0.5
 line of 20 columns|6
 line of 20 columns, copied|0.33
 record of 20 columns|0.5
+record of long values|0.33
 text to date|5
 text to timestamp|5
 timestamp to text|8
