@@ -165,6 +165,8 @@ TEST(PrepareOrder, FindsPositionsOrSaysWhatIsWrong) {
       {"a=field_ 1x", "a", "", false, unknown + "external field 'field_ 1x' is unknown", "> ", "field_00", "0-11"},
       {"a=field_1000001", "a", "", false, expected + "field_1000001'", "> ", "", "0-15"},
       {"a=field_2147483647", "a", "", false, expected + "field_2147483647'", "> ", "", "0-18"},
+      // The external names are visited in the order of their bytes, so the first bad one is not that of the text.
+      {"a=x:b=field_-1:c=w", "a b c", "", true, negative + "field_-1'", "> ", "", "4-14"},
   };
   for (const auto& row : kCases) {
     OpenPermutation permutation;

@@ -86,6 +86,10 @@ TEST(PermuteBinaryRow, FollowsTheLookupsOfDirectAndFailedObjects) {
   permutation.setExternalCount(3);
   const std::string record = compact({14, 15}, "AB");
   EXPECT_EQ(permuted(permutation, kOut, record), compact({18, 19, 0}, "AB")) << "direct";
+  permutation.setPermutation(true, "=x", error);
+  permutation.setPlatOrder({"a", "b"});
+  permutation.setExternalCount(3);
+  EXPECT_EQ(permuted(permutation, kOut, record), compact({18, 19, 0}, "AB")) << "failed, and still direct";
   permutation.setPermutation(true, "a=x:b=y:c", error);
   EXPECT_EQ(permuted(permutation, kOut, record), compact({0, 0}, "")) << "failed";
   permutation.setPermutation(true, "a=x:b=y", error);

@@ -69,6 +69,8 @@ TEST(PermuteCsvIn, CopiesLinesWhenDirectAndNoneWhenFailed) {
   EXPECT_EQ(permuted(permutation, "1,2", ',', true), "1,2");
   permutation.setPermutation(true, "a=x:b", error);
   EXPECT_EQ(permuted(permutation, "1,2,3", ',', true), "!");
+  permutation.setPermutation(true, "=x", error);
+  EXPECT_EQ(permuted(permutation, "1,2", ',', true), "1,2") << "failed before its first pair, so still direct";
 }
 
 TEST(PermuteCsvIn, FindsNothingBeforeOrdersArePrepared) {
