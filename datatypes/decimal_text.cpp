@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 
 #include "datatypes/digit_block.h"
+#include "datatypes/long_number.h"
 #include "datatypes/short_number.h"
 
 namespace kyv_internal {
@@ -32,8 +32,8 @@ Result exceeds() { return Result::failure("input exceeds specified precision"); 
 
 Result withSign(bool negative, Magnitude magnitude, int precision) {
   const auto digits = static_cast<std::size_t>(std::max(precision, 0));
-  if (digits < kMostDigits && magnitude >= kWidePowers[digits]) return exceeds();
-  if (magnitude > kLargest + (negative ? 1 : 0)) return exceeds();
+  const bool fits = digits < kMostDigits ? magnitude < kWidePowers[digits] : magnitude <= kLargest + (negative ? 1 : 0);
+  if (!fits) return exceeds();
   return {static_cast<Coefficient>(negateIf(negative, magnitude))};
 }
 
@@ -63,7 +63,7 @@ Result withSign(bool negative, Magnitude magnitude, int precision) {
   return multiplyAdd(value, kPowersOfTen[count], 0);
 }
 
-Result parseLongDecimal(bool negative, std::string_view text, int precision, std::size_t scale) {
+Result parseAnyDecimal(bool negative, std::string_view text, int precision, std::size_t scale) {
   const std::size_t point = text.find('.');
   const std::string_view whole = text.substr(0, point);
   const std::string_view fraction = point == std::string_view::npos ? std::string_view() : text.substr(point + 1);
@@ -77,74 +77,42 @@ Result parseLongDecimal(bool negative, std::string_view text, int precision, std
   return withSign(negative, magnitude, precision);
 }
 
-// --- Long numbers of at most 38 digits, without a check for overflow ---
+// What needs no other care gets its result in one of the next two, from the text behind its sign. They are functions of
+// their own, to which parseText() jumps: so none has to save registers that only the other uses.
 
-// The index of the only "." that a number of at least 8 characters can have; its size without one. For other texts some
-// index.
-std::size_t findPoint(std::string_view text) {
-  std::size_t end = text.size();
-  do {
-    const std::size_t begin = end > kBlockDigits ? end - kBlockDigits : 0;
-    const DigitBlock faults = faultsOf(loadDigits(text.data() + begin));
-    if (faults != 0) return begin + static_cast<std::size_t>(std::countr_zero(faults)) / 8;
-    end = begin;
-  } while (end > 0);
-  return text.size();
+[[gnu::noinline]] Result parseLongText(bool negative, std::string_view text, int precision, std::size_t scale) {
+  const LongNumber number = readLongNumber(text);
+  const auto digits = static_cast<int>(number.wholeDigits + scale);
+  if (!number.valid || number.places > scale || digits > precision || digits >= static_cast<int>(kMostDigits))
+    return parseAnyDecimal(negative, text, precision, scale);
+  const Magnitude magnitude = number.head * kWidePowers[number.tailDigits + scale] + number.tail * kWidePowers[scale] +
+                              number.fraction * kWidePowers[scale - number.places];
+  return {static_cast<Coefficient>(negateIf(negative, magnitude))};
 }
 
-// Eight digits from the given one on, as if the point were not there.
-DigitBlock loadAround(const char* text, std::size_t point, std::size_t digit) {
-  if (digit >= point) return loadDigits(text + digit + 1);
-  const DigitBlock before = loadDigits(text + digit);
-  if (digit + kBlockDigits <= point) return before;
-  const DigitBlock behind = ~DigitBlock{0} << (8 * (point - digit));
-  return (before & ~behind) | (loadDigits(text + digit + 1) & behind);
+template <class Text>
+[[gnu::noinline]] Result parseShortText(bool negative, Text text, int precision, std::size_t scale) {
+  const ShortNumber number = readShortNumber(text);
+  if (!number.valid || scale >= number.places + kPowersOfTen.size())
+    return parseAnyDecimal(negative, text, precision, scale);
+  const Magnitude magnitude = number.places > scale ? number.digits / kPowersOfTen[number.places - scale]
+                                                    : Magnitude{number.digits} * kPowersOfTen[scale - number.places];
+  return withSign(negative, magnitude, precision);
 }
 
-// The value of `count` (9 to 38) digits. False when a character is no digit.
-[[nodiscard]] bool readAround(const char* text, std::size_t point, std::size_t count, Magnitude& value) {
-  const std::size_t headSize = (count - 1) % kBlockDigits + 1;
-  const DigitBlock head = loadAround(text, point, 0) << (8 * (kBlockDigits - headSize));
-  DigitBlock faults = faultsOf(head);
-  value = blockValue(head);
-  for (std::size_t digit = headSize; digit < count; digit += kBlockDigits) {
-    const DigitBlock block = loadAround(text, point, digit);
-    faults |= faultsOf(block);
-    value = value * kBlockRange + blockValue(block);
-  }
-  return faults == 0;
-}
-
-// What needs no other care gets its result here. False when the text must be read with all care.
-[[nodiscard]] bool readUsualLongText(std::string_view text, std::size_t scale, Magnitude& magnitude) {
-  if (text.size() <= kPieceDigits || text.size() >= kMostDigits) return false;
-  const std::size_t point = findPoint(text);
-  const bool hasPoint = point < text.size();
-  if (hasPoint && text[point] != '.') return false;
-  const std::size_t count = text.size() - (hasPoint ? 1 : 0);
-  const std::size_t places = count - point;
-  if (places > scale || count + scale - places >= kMostDigits) return false;
-  if (!readAround(text.data(), point, count, magnitude)) return false;
-  if (places < scale) magnitude *= kWidePowers[scale - places];
-  return true;
+template <class Text>
+Result parseText(Text text, int precision, int scale) {
+  if (scale < 0 || scale > kMaxDecimalScale) return exceeds();
+  const bool negative = takeSign(text);
+  const auto places = static_cast<std::size_t>(scale);
+  return text.size() < kLeastLongText ? parseShortText(negative, text, precision, places)
+                                      : parseLongText(negative, text, precision, places);
 }
 
 }  // namespace
 
-Parsed<Coefficient> parseDecimal(std::string_view text, int precision, int scale) {
-  if (scale < 0 || scale > kMaxDecimalScale) return exceeds();
-  const bool negative = takeSign(text);
-  const auto wanted = static_cast<std::size_t>(scale);
-  if (Magnitude magnitude = 0; readUsualLongText(text, wanted, magnitude))
-    return withSign(negative, magnitude, precision);
-  const ShortNumber number = readShortNumber(text);
-  const std::size_t places = number.valid() ? number.places : 0;
-  if (!number.valid() || wanted >= places + kPowersOfTen.size())
-    return parseLongDecimal(negative, text, precision, wanted);
-  const Magnitude magnitude = places > wanted ? number.digits / kPowersOfTen[places - wanted]
-                                              : Magnitude{number.digits} * kPowersOfTen[wanted - places];
-  return withSign(negative, magnitude, precision);
-}
+Result parseDecimal(std::string_view text, int precision, int scale) { return parseText(text, precision, scale); }
+Result parseDecimal(PaddedText text, int precision, int scale) { return parseText(text, precision, scale); }
 
 // --- To text --------------------------------------------------------------------------------------------------------
 

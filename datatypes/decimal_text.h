@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "datatypes/padded_text.h"
 #include "datatypes/parsed.h"
 
 namespace kyv_internal {
@@ -24,6 +25,7 @@ inline constexpr int kMaxDecimalScale = 63;
 // The coefficient of a text at `scale` (0 to 63, another fails) places: an optional sign, digits with at most one "."
 // among, before or behind them. Places beyond the scale are dropped. Every failure has the one message.
 Parsed<Coefficient> parseDecimal(std::string_view text, int precision, int scale);
+Parsed<Coefficient> parseDecimal(PaddedText text, int precision, int scale);
 
 // All digits of the coefficient, the point before the last `scale` of them (0 to 63), no terminator. Returns the end.
 // What follows the text in a buffer of this size is overwritten too.

@@ -43,7 +43,7 @@ extern "C" const FourDigitTable kyv_four_digits;
 // --- Reading: blocks of values ---------------------------------------------------------------------------------------
 
 template <class Word>
-Word loadWord(const char* from) {
+Word loadWord(const void* from) {
   Word word;
   std::memcpy(&word, from, sizeof word);
   return word;

@@ -16,11 +16,12 @@ constexpr std::array<T, lanes> allLanes(const std::array<T, 2>& neighbours) {
 }  // namespace
 
 constexpr LaneConstants kLanes = {.zeroCharacter = allLanes<std::uint8_t, 16>({'0', '0'}),
+                                  .point = allLanes<std::uint8_t, 16>({'.' ^ '0', '.' ^ '0'}),
                                   .aboveDigits = allLanes<std::uint8_t, 16>({10, 10}),
-                                  .ten = allLanes<std::uint16_t, 8>({10, 10}),
-                                  .lowByte = allLanes<std::uint16_t, 8>({0xFF, 0xFF}),
+                                  .joinDigits = allLanes<std::uint16_t, 8>({1 + (10 << 8), 1 + (10 << 8)}),
                                   .joinPairs = allLanes<std::uint16_t, 8>({100, 1}),
-                                  .joinFours = allLanes<std::uint16_t, 8>({10'000, 1})};
+                                  .joinFours = allLanes<std::uint16_t, 8>({10'000, 1}),
+                                  .joinEights = allLanes<std::uint32_t, 4>({kBlockRange, kBlockRange})};
 
 }  // namespace kyv_internal
 

@@ -127,8 +127,8 @@ void storeDecimal(unsigned char* out, Coefficient coefficient, unsigned int prec
   std::memset(out + kDecimalUnusedOffset, 0, kDecimalSize - kDecimalUnusedOffset);
 }
 
-template <ByteOrder order, class Memory>
-const char* packDecimal(unsigned int type, std::string_view text, Memory& out) {
+template <ByteOrder order, class Text, class Memory>
+const char* packDecimal(unsigned int type, Text text, Memory& out) {
   const unsigned int precision = precisionOf(type);
   const unsigned int scale = scaleOf(type);
   const auto parsed = parseDecimal(text, static_cast<int>(precision), static_cast<int>(scale));

@@ -2,6 +2,7 @@
 
 // What a text-to-value core gives, and the scanning helpers that the cores share.
 
+#include <cstdint>
 #include <string_view>
 
 namespace kyv_internal {
@@ -36,7 +37,7 @@ constexpr bool takeSign(std::string_view& text) {
 // A two's-complement number, negated on demand without a jump.
 template <class Unsigned>
 constexpr Unsigned negateIf(bool negative, Unsigned value) {
-  const Unsigned mask = -static_cast<Unsigned>(negative);
+  const auto mask = static_cast<Unsigned>(-std::int64_t{negative});  // one register, however wide the number is
   return (value ^ mask) - mask;
 }
 

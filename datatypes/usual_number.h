@@ -49,7 +49,7 @@ template <class Text>
 [[nodiscard]] bool readUsualFloat(Text text, double& value) {
   const bool negative = takeSign(text);
   const ShortNumber number = readShortNumber(text);
-  if (!number.valid() || number.digits > kExactDouble) return false;
+  if (!number.valid || number.digits > kExactDouble) return false;
   const double magnitude = static_cast<double>(static_cast<std::int64_t>(number.digits)) / kExactPowers[number.places];
   value = negative ? -magnitude : magnitude;
   return true;
@@ -67,7 +67,7 @@ template <class Text>
   const bool negative = takeSign(text);
   const ShortNumber number = readShortNumber(text);
   const auto places = static_cast<std::size_t>(scale.places);
-  if (!number.valid() || !isDigit(text.front()) || (places == 0 && number.places != 0)) return false;
+  if (!number.valid || !isDigit(text.front()) || (places == 0 && number.places != 0)) return false;
   std::uint64_t magnitude = 0;
   if (number.places > places) {
     magnitude = number.digits / kPowersOfTen[number.places - places];

@@ -21,7 +21,7 @@ std::string printed(Coefficient coefficient, int scale) {
 }
 
 Parsed<Coefficient> parseExactly(std::string_view text, int precision, int scale) {
-  return kyv_test::readExactly(text, [&](std::string_view view) { return parseDecimal(view, precision, scale); });
+  return kyv_test::parseBothWays(text, [&](auto view) { return parseDecimal(view, precision, scale); });
 }
 
 constexpr Coefficient tenTo(int power) { return power == 0 ? 1 : 10 * tenTo(power - 1); }
@@ -65,6 +65,11 @@ TEST(DecimalText, ReadsOptionalSignDigitsAndPoint) {
       {"170141183460469231731687303715884105727", 39, 0, kMost},
       {"-1701411834604692317316873037158841057.28", 60, 2, kLeast},
       {"99999999999999999999999999999999999999", 38, 0, tenTo(38) - 1},
+      {"00000000000000000000000000000007.000000000000001", 16, 15, 7 * tenTo(15) + 1},
+      {"000000000000000000000000000000007.5", 2, 1, 75},
+      {"-1234567890123456.", 16, 0, -1234567890123456},
+      {".1234567890123456", 16, 16, 1234567890123456},
+      {"0.123456789012345", 15, 15, 123456789012345},
   };
   for (const auto& row : rows) {
     const auto parsed = parseExactly(row.text, row.precision, row.scale);
