@@ -12,8 +12,8 @@ namespace kyv_internal {
 
 static_assert(FixedTimeLayout::kPrintRoom <= kMaxFormattedText);
 
-PercentFormat::PercentFormat(std::string_view format)
-    : steps_(format),
+PercentFormat::PercentFormat(std::string_view format, std::pmr::memory_resource* memory)
+    : steps_(format, memory),
       usualSize_(std::string_view::npos),
       layout_(FixedTimeLayout::of(steps_.steps())),
       kind_(format == "%s" ? Kind::kSeconds : Kind::kCalendar) {

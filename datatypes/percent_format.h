@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <memory_resource>
 #include <optional>
 #include <string_view>
 
@@ -27,7 +28,8 @@ class PercentFormat {
     kModel     // model() reads and prints whole values; parse() is not for it
   };
 
-  explicit PercentFormat(std::string_view format);
+  // What an unusually long format takes comes from `memory`, which must outlive this one; copies take their own.
+  explicit PercentFormat(std::string_view format, std::pmr::memory_resource* memory = std::pmr::get_default_resource());
   explicit PercentFormat(const kyv::TimeModel& model);
 
   Kind kind() const { return kind_; }

@@ -213,7 +213,10 @@ void PercentSteps::addForReading(std::string_view format) {
 // The next step, to be filled in where it lies: a copy made byte by byte would stall the processor.
 Step& PercentSteps::add() {
   if (count_ < few_.size()) return few_[count_++];
-  if (many_.empty()) many_.assign(few_.begin(), few_.end());
+  if (many_.empty()) {
+    many_.reserve(4 * few_.size());
+    many_.assign(few_.begin(), few_.end());
+  }
   return many_.emplace_back();
 }
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory_resource>
 #include <span>
 #include <string>
 #include <string_view>
@@ -31,7 +32,11 @@ struct Step {
 
 class PercentSteps {
  public:
-  explicit PercentSteps(std::string_view format) { addFormat(format); }
+  // What a long format takes comes from `memory`, which must outlive the steps.
+  explicit PercentSteps(std::string_view format, std::pmr::memory_resource* memory = std::pmr::get_default_resource())
+      : many_(memory), libraryTexts_(memory) {
+    addFormat(format);
+  }
 
   std::span<const Step> steps() const { return many_.empty() ? std::span(few_.data(), count_) : std::span(many_); }
 
@@ -47,10 +52,10 @@ class PercentSteps {
   void addForReading(std::string_view format);
   Step& add();
 
-  std::array<Step, 24> few_{};  // enough for the formats in use without an allocation
-  std::size_t count_ = 0;       // of few_
-  std::vector<Step> many_;      // all of them when they are more
-  std::string libraryTexts_;    // each with its terminator
+  std::array<Step, 24> few_{};     // enough for the formats in use without an allocation
+  std::size_t count_ = 0;          // of few_
+  std::pmr::vector<Step> many_;    // all of them when they are more
+  std::pmr::string libraryTexts_;  // each with its terminator
 };
 
 }  // namespace kyv_internal

@@ -15,16 +15,16 @@ SingleFormat::SingleFormat(Kind kind, FormatTexts texts) {
   const char* const timestamp = orElse(texts.timestamp, date);
   switch (kind) {
     case Kind::Date:
-      format_.emplace(date);
+      format_.emplace(date, &memory_);
       break;
     case Kind::Timestamp:
-      format_.emplace(timestamp);
+      format_.emplace(timestamp, &memory_);
       break;
     case Kind::BigDateTime:
-      format_.emplace(orElse(texts.bigdatetime, timestamp));
+      format_.emplace(orElse(texts.bigdatetime, timestamp), &memory_);
       break;
     case Kind::Time:
-      format_.emplace(orElse(texts.time, DataTypes::g_time_format));
+      format_.emplace(orElse(texts.time, DataTypes::g_time_format), &memory_);
       break;
     default:
       break;

@@ -2,6 +2,9 @@
 
 // The compiled "%"-style formats of one row.
 
+#include <array>
+#include <cstddef>
+#include <memory_resource>
 #include <optional>
 
 #include "datatypes/percent_format.h"
@@ -45,6 +48,8 @@ struct FormatTexts {
 class SingleFormat {
  public:
   SingleFormat(Kind kind, FormatTexts texts);
+  SingleFormat(const SingleFormat&) = delete;
+  SingleFormat& operator=(const SingleFormat&) = delete;
 
   FormatSet set() const {
     const PercentFormat* const format = format_ ? &*format_ : nullptr;
@@ -52,6 +57,11 @@ class SingleFormat {
   }
 
  private:
+  // As much as a format can take whose text is no longer than a text may be: no other memory is asked for.
+  static constexpr std::size_t kMemoryBytes = 4 * kMaxFormattedText * sizeof(Step);
+
+  std::array<std::byte, kMemoryBytes> bytes_;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled when used
+  std::pmr::monotonic_buffer_resource memory_{bytes_.data(), bytes_.size()};
   std::optional<PercentFormat> format_;
 };
 

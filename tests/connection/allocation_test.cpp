@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <span>
@@ -15,6 +16,7 @@
 #include "kyv/connection_row_csv.h"
 #include "kyv/connection_row_pool.h"
 #include "kyv/data_types.h"
+#include "kyv/data_value.h"
 #include "kyv/row2.h"
 #include "kyv/stream_schema.h"
 #include "kyv/time_model.h"
@@ -205,6 +207,22 @@ TEST_F(Allocations, ReadingARecordTakesNone) {
   EXPECT_EQ(perCall([&] { row.fromRow(record, 1, &errors_); }), 0);
   EXPECT_EQ(errors_.report(), "");
   std::free(record);
+}
+
+TEST_F(Allocations, AValueAsANewTextTakesOneHoweverLongItsFormat) {
+  std::string format;
+  while (format.size() < 330) format += "%c %H, week %5V;";
+  std::int64_t seconds = 0;
+  std::string text;
+  EXPECT_EQ(perCall([&] {
+              const auto data = static_cast<unsigned char*>(static_cast<void*>(&seconds));
+              char* const made = DataTypes::unpackToNewString(data, DataTypes::kDate, format.c_str(), format.c_str(),
+                                                              format.c_str(), format.c_str());
+              text.assign(made);
+              std::free(made);
+            }),
+            1);
+  EXPECT_GT(text.size(), 800U);
 }
 
 TEST_F(Allocations, CheckingARecordTakesNone) {
