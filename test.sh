@@ -14,6 +14,7 @@ step "Configuring with sanitizers" cmake --preset asan
 step "Building with sanitizers" cmake --build --preset asan
 step "Testing with sanitizers" ctest --preset asan --parallel "$(nproc)"
 step "Configuring for the thread sanitizer" cmake --preset tsan
-step "Building what uses threads" cmake --build --preset tsan --target connection_tests datatypes_tests services_tests
+step "Building what uses threads" cmake --build --preset tsan --target connection_tests datatypes_tests \
+  sdk_tests services_tests
 step "Testing threads" ctest --preset tsan --tests-regex SeveralThreads --no-tests=error
 exec ctest --preset dev --parallel "$(nproc)"

@@ -51,6 +51,11 @@ kyv_stream_t* Project::findStream(const std::string& name, Failure& failure) {
   const std::lock_guard lock(mutex_);
   StreamDefinition stream;
   if (!isConnected(failure) || !store_->findStream(name, stream, failure)) return nullptr;
+  Failure reason;
+  if (!checkDefinition(stream, reason)) {
+    fail(failure, KYV_ERROR_STORE, "the stored definition is damaged: %s", reason.message.c_str());
+    return nullptr;
+  }
   return handleOf(std::move(stream));
 }
 

@@ -55,7 +55,9 @@ bool Publisher::connect(Failure& failure) {
 void Publisher::close() {
   store_.reset();
   delivery_.reset();
-  for (const auto& [stream, handle] : writers_) findObject<MessageWriter>(handle)->clear();
+  for (const auto& [stream, handle] : writers_) {
+    if (const auto writer = findObject<MessageWriter>(handle)) writer->clear();
+  }
 }
 
 bool Publisher::isConnected(Failure& failure) const {

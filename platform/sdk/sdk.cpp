@@ -102,6 +102,25 @@ std::int32_t onRow(kyv_relative_rowwriter_t* handle, kyv_error_t* error, Body bo
   });
 }
 
+// A publisher or subscriber of a connected project.
+template <class Object, class Handle>
+Handle* createOn(kyv_project_t* project, kyv_error_t* error) {
+  return callOn<Project, kyv_project_t, Handle*>(
+      project, error, nullptr, [](Project& held, Failure& failure) -> Handle* {
+        Address address = held.connectedAddress(failure);
+        if (address == nullptr) return nullptr;
+        return addHandle<Handle>(std::make_shared<Object>(std::move(address)));
+      });
+}
+
+std::shared_ptr<Stream> findStream(kyv_stream_t* handle, Failure& failure) {
+  auto stream = findObject<Stream>(handle);
+  if (stream == nullptr) {
+    fail(failure, KYV_ERROR_USAGE, "the stream's handle is null, was released, or is another's");
+  }
+  return stream;
+}
+
 bool hasText(const char* text, const char* what, Failure& failure) {
   return text != nullptr || fail(failure, KYV_ERROR_USAGE, "%s is null", what);
 }
@@ -249,12 +268,7 @@ std::int32_t kyv_schema_is_key_column(kyv_schema_t* schema, std::int32_t column,
 // -------------------------------------------------------------------------------------------------------
 
 kyv_publisher_t* kyv_project_create_publisher(kyv_project_t* project, kyv_options_t*, kyv_error_t* error) {
-  return callOn<Project, kyv_project_t, kyv_publisher_t*>(
-      project, error, nullptr, [](Project& held, Failure& failure) -> kyv_publisher_t* {
-        Address address = held.connectedAddress(failure);
-        if (address == nullptr) return nullptr;
-        return addHandle<kyv_publisher_t>(std::make_shared<Publisher>(std::move(address)));
-      });
+  return createOn<Publisher, kyv_publisher_t>(project, error);
 }
 
 std::int32_t kyv_publisher_connect(kyv_publisher_t* publisher, kyv_error_t* error) {
@@ -275,10 +289,8 @@ std::int32_t kyv_publisher_free(kyv_publisher_t* publisher, kyv_error_t* error) 
 kyv_message_writer_t* kyv_publisher_get_writer(kyv_publisher_t* publisher, kyv_stream_t* stream, kyv_error_t* error) {
   return callOn<Publisher, kyv_publisher_t, kyv_message_writer_t*>(
       publisher, error, nullptr, [&](Publisher& held, Failure& failure) -> kyv_message_writer_t* {
-        const auto target = findObject<Stream>(stream);
-        if (target != nullptr) return held.writer(*target, failure);
-        fail(failure, KYV_ERROR_USAGE, "the stream's handle is null, was released, or is another's");
-        return nullptr;
+        const auto target = findStream(stream, failure);
+        return target != nullptr ? held.writer(*target, failure) : nullptr;
       });
 }
 
@@ -374,12 +386,7 @@ std::int32_t kyv_publisher_set_delivery_key(kyv_publisher_t* publisher, std::int
 // ------------------------------------------------------------------------------------------------------
 
 kyv_subscriber_t* kyv_project_create_subscriber(kyv_project_t* project, kyv_options_t*, kyv_error_t* error) {
-  return callOn<Project, kyv_project_t, kyv_subscriber_t*>(
-      project, error, nullptr, [](Project& held, Failure& failure) -> kyv_subscriber_t* {
-        Address address = held.connectedAddress(failure);
-        if (address == nullptr) return nullptr;
-        return addHandle<kyv_subscriber_t>(std::make_shared<Subscriber>(std::move(address)));
-      });
+  return createOn<Subscriber, kyv_subscriber_t>(project, error);
 }
 
 std::int32_t kyv_subscriber_connect(kyv_subscriber_t* subscriber, kyv_error_t* error) {
@@ -399,9 +406,8 @@ std::int32_t kyv_subscriber_free(kyv_subscriber_t* subscriber, kyv_error_t* erro
 
 std::int32_t kyv_subscriber_subscribe(kyv_subscriber_t* subscriber, kyv_stream_t* stream, kyv_error_t* error) {
   return doOn<Subscriber>(subscriber, error, [&](Subscriber& held, Failure& failure) {
-    const auto target = findObject<Stream>(stream);
-    if (target != nullptr) return held.subscribe(*target, failure);
-    return fail(failure, KYV_ERROR_USAGE, "the stream's handle is null, was released, or is another's");
+    const auto target = findStream(stream, failure);
+    return target != nullptr && held.subscribe(*target, failure);
   });
 }
 

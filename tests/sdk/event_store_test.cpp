@@ -150,7 +150,7 @@ TEST_P(EventStoreTest, LogsKeepEveryRowInOrder) {
 }
 
 TEST_P(EventStoreTest, TablesActOnTheKey) {
-  constexpr const char* kMissing = "row 1 of 1: stream 'Trades' has no row of this key";
+  constexpr const char* kMissing = "row 1 of 1: stream 'Trades' has no row with this key";
   const struct {
     Changes before;
     Change change;
@@ -165,7 +165,7 @@ TEST_P(EventStoreTest, TablesActOnTheKey) {
       {{{RowChange::Insert, "k", "0"}},
        {RowChange::Insert, "k", "1"},
        {"0"},
-       "row 1 of 1: stream 'Trades' has already a row of this key"},
+       "row 1 of 1: stream 'Trades' already has a row with this key"},
       {{{RowChange::Insert, "k", "0"}}, {RowChange::Upsert, "k", "1"}, {"1"}, ""},
       {{{RowChange::Insert, "k", "0"}}, {RowChange::Update, "k", "1"}, {"1"}, ""},
       {{{RowChange::Insert, "k", "0"}}, {RowChange::Delete, "k", "1"}, {}, ""},
@@ -218,7 +218,7 @@ TEST_P(EventStoreTest, PublishesAllOrNothing) {
   EXPECT_EQ(
       publish(*store, kTable,
               {{RowChange::Insert, "c", "c"}, {RowChange::Delete, "a", "a"}, {RowChange::Update, "d", "d"}}, &delivery),
-      "row 3 of 3: stream 'Trades' has no row of this key");
+      "row 3 of 3: stream 'Trades' has no row with this key");
   EXPECT_TRUE(rowsBehind(*store, kTable, number).empty());
   EXPECT_EQ(allRows(*store, kTable), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(storedKey(*store, "adapter"), (DeliveryKey{1, 2}));

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <string>
 
+#include "platform/sdk/project.h"
 #include "tests/sdk/store_fixture.h"
 
 namespace kyv_internal {
@@ -96,6 +97,19 @@ TEST_F(ProjectFileTest, DamageIsReported) {
   EXPECT_FALSE(store->read(stream, 0, chunk, failure));
   EXPECT_EQ(failure.code, KYV_ERROR_STORE);
   EXPECT_EQ(failure.message, "the project file '" + file().string() + "' is damaged");
+}
+
+TEST_F(ProjectFileTest, ADamagedDefinitionIsReported) {
+  Failure failure;
+  auto store = openStore(kProject, failure);
+  ASSERT_TRUE(store->defineStream({"Log", 1, {{"a", 2}}, {}}, failure));
+  store.reset();
+  runSql(file(), "UPDATE stream_column SET type = 4294967295");
+  Project project(std::make_shared<const ProjectAddress>(kProject));
+  ASSERT_TRUE(project.connect(failure));
+  EXPECT_EQ(project.findStream("Log", failure), nullptr);
+  EXPECT_EQ(failure.message,
+            "the stored definition is damaged: stream 'Log': column 'a' has no type that can be stored (4294967295)");
 }
 
 TEST_F(ProjectFileTest, WhatTheEnvironmentGetsWrongIsSaid) {

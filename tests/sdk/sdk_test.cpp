@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/sdk/store_fixture.h"
@@ -44,16 +45,20 @@ class SdkTest : public testing::Test {
 
   // Publishes a row with a value in its long column.
   std::int32_t put(kyv_publisher_t* publisher, std::int64_t value, std::int32_t key, std::int32_t operation = 7) {
-    kyv_message_writer_t* const writer = kyv_publisher_get_writer(publisher, stream_, error_);
-    kyv_relative_rowwriter_t* const row = kyv_message_writer_get_relative_rowwriter(writer, error_);
-    EXPECT_EQ(kyv_relative_rowwriter_start_row(row, error_), 0);
-    EXPECT_EQ(kyv_relative_rowwriter_set_operation(row, operation, error_), 0);
-    EXPECT_EQ(kyv_relative_rowwriter_set_long(row, value, error_), 0) << message();
-    EXPECT_EQ(kyv_relative_rowwriter_set_boolean(row, 1, error_), 0) << message();
-    EXPECT_EQ(kyv_relative_rowwriter_set_integer(row, key, error_), 0) << message();
-    EXPECT_EQ(kyv_relative_rowwriter_set_null(row, error_), 0) << message();
-    EXPECT_EQ(kyv_relative_rowwriter_end_row(row, error_), 0) << message();
-    return kyv_publisher_publish(publisher, writer, error_);
+    return put(publisher, value, key, error_, operation);
+  }
+  std::int32_t put(kyv_publisher_t* publisher, std::int64_t value, std::int32_t key, kyv_error_t* error,
+                   std::int32_t operation = 7) {
+    kyv_message_writer_t* const writer = kyv_publisher_get_writer(publisher, stream_, error);
+    kyv_relative_rowwriter_t* const row = kyv_message_writer_get_relative_rowwriter(writer, error);
+    EXPECT_EQ(kyv_relative_rowwriter_start_row(row, error), 0);
+    EXPECT_EQ(kyv_relative_rowwriter_set_operation(row, operation, error), 0);
+    EXPECT_EQ(kyv_relative_rowwriter_set_long(row, value, error), 0);
+    EXPECT_EQ(kyv_relative_rowwriter_set_boolean(row, 1, error), 0);
+    EXPECT_EQ(kyv_relative_rowwriter_set_integer(row, key, error), 0);
+    EXPECT_EQ(kyv_relative_rowwriter_set_null(row, error), 0);
+    EXPECT_EQ(kyv_relative_rowwriter_end_row(row, error), 0);
+    return kyv_publisher_publish(publisher, writer, error);
   }
 
   // The long values up to the next end.
@@ -119,7 +124,7 @@ TEST_F(SdkTest, RowsArePublishedAndReadAgainAndAgain) {
   EXPECT_EQ(values(subscriber), (std::vector<std::int64_t>{6, 7})) << "from the start";
 
   EXPECT_LT(put(publisher, 8, 1, 1), 0);
-  EXPECT_EQ(message(), "row 1 of 1: stream 'Keys' has already a row of this key");
+  EXPECT_EQ(message(), "row 1 of 1: stream 'Keys' already has a row with this key");
   EXPECT_EQ(put(publisher, 8, 3, 1), 0) << "the row that failed is no longer in the writer";
   EXPECT_EQ(message(), "");
   EXPECT_EQ(kyv_uri_free(uri_, error_), 0);
@@ -173,6 +178,29 @@ TEST_F(SdkTest, ADeliveryBelongsToTheLastTaker) {
   EXPECT_EQ(put(second, 3, 3), 0);
   kyv_publisher_free(first, error_);
   kyv_publisher_free(second, error_);
+}
+
+TEST_F(SdkTest, SeveralThreadsPublishAndReadAtOnce) {
+  constexpr int kThreads = 3;
+  constexpr int kRows = 20;
+  const auto publishRows = [&](int thread) {
+    kyv_publisher_t* const publisher = kyv_project_create_publisher(project_, nullptr, nullptr);
+    EXPECT_EQ(kyv_publisher_connect(publisher, nullptr), 0);
+    for (int i = 0; i < kRows; ++i) EXPECT_EQ(put(publisher, i, kRows * thread + i, nullptr), 0);
+    EXPECT_EQ(kyv_publisher_free(publisher, nullptr), 0);
+  };
+  kyv_subscriber_t* const subscriber = kyv_project_create_subscriber(project_, nullptr, error_);
+  EXPECT_EQ(kyv_subscriber_connect(subscriber, error_), 0);
+  EXPECT_EQ(kyv_subscriber_subscribe(subscriber, stream_, error_), 0);
+  std::size_t read = 0;
+  {
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) threads.emplace_back(publishRows, thread);
+    for (int i = 0; i < 20; ++i) read += values(subscriber).size();
+  }
+  read += values(subscriber).size();
+  EXPECT_EQ(read, std::size_t{kThreads * kRows});
+  EXPECT_EQ(kyv_subscriber_free(subscriber, error_), 0);
 }
 
 // Every call on handles that are null, dead, of another kind, or used too early.

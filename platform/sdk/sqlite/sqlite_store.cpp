@@ -47,6 +47,9 @@ class Transaction {
   bool open_;
 };
 
+// Whether a change depends on what is there.
+bool needsLook(RowChange change) { return change != RowChange::Append && change != RowChange::Upsert; }
+
 // A stream's rows, and the statements on them, prepared when they are first used.
 struct RowTable {
   std::int64_t number = 0;
@@ -68,7 +71,7 @@ class SqliteStore : public EventStore {
   bool readDelivery(const std::string& adapter, std::optional<DeliveryKey>& key, Failure& failure) override;
 
  private:
-  enum class Presence { Absent, There, Failed };
+  enum class Presence { Unknown, Absent, There, Failed };
 
   bool prepared(Statement& statement, const std::string& sql) {
     return statement.isPrepared() || statement.prepare(file_.connection(), sql);
@@ -235,15 +238,16 @@ bool SqliteStore::putRows(const StreamDefinition& stream, RowTable& table, std::
   std::int64_t number = 0;
   if (!lastRow(table.number, number, failure)) return false;
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    const RowChange change = rows[i].change;
-    if (change != RowChange::Append && change != RowChange::Upsert) {
-      const Presence found = presence(table, rows[i].key);
-      if (found == Presence::Failed) return file_.fails(failure);
-      if (found == Presence::Absent && change == RowChange::DeleteIfThere) continue;
-      if ((found == Presence::There) == (change == RowChange::Insert)) {
-        return fail(failure, KYV_ERROR_REFUSED, "row %zu of %zu: stream '%s' has %s row of this key", i + 1,
-                    rows.size(), stream.name.c_str(), change == RowChange::Insert ? "already a" : "no");
-      }
+    const Presence found = needsLook(rows[i].change) ? presence(table, rows[i].key) : Presence::Unknown;
+    if (found == Presence::Failed) return file_.fails(failure);
+    if (found == Presence::Absent && rows[i].change == RowChange::DeleteIfThere) continue;
+    if (found == Presence::Absent && rows[i].change != RowChange::Insert) {
+      return fail(failure, KYV_ERROR_REFUSED, "row %zu of %zu: stream '%s' has no row with this key", i + 1,
+                  rows.size(), stream.name.c_str());
+    }
+    if (found == Presence::There && rows[i].change == RowChange::Insert) {
+      return fail(failure, KYV_ERROR_REFUSED, "row %zu of %zu: stream '%s' already has a row with this key", i + 1,
+                  rows.size(), stream.name.c_str());
     }
     if (!putRow(table, rows[i], ++number)) return file_.fails(failure);
   }
