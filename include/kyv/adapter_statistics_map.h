@@ -17,7 +17,7 @@
 #include "kyv/export.h"
 
 // Whether two C strings have the same characters. Letters of another case are others.
-struct KYV_EXPORT eqstr {
+struct KYV_EXPORT eqstr {  // NOLINT(readability-identifier-naming): a name that frameworks know
   bool operator()(const char* left, const char* right) const;
 };
 

@@ -20,7 +20,7 @@ struct RowReader : HandleObject {
   explicit RowReader(StreamPointer definition) : stream(std::move(definition)) {}
   // Outer nothing: no such column. Inner nothing: NULL.
   std::optional<std::optional<std::string_view>> value(std::int32_t column, Failure& failure) const;
-  [[nodiscard]] bool readLong(std::int32_t column, std::int64_t& value, Failure& failure) const;
+  [[nodiscard]] bool readLong(std::int32_t column, std::int64_t& out, Failure& failure) const;
 
   StreamPointer stream;
   std::optional<StreamRecord> record;
