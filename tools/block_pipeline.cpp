@@ -18,11 +18,7 @@ class Pipeline {
   // One thread's share. Throws nothing: what a step throws ends the run and is kept.
   void run(std::size_t slot) noexcept {
     try {
-      std::uint64_t turn = 0;
-      while (read(slot, turn)) {
-        steps_.work(slot);
-        write(slot, turn);
-      }
+      while (runBlock(slot)) continue;
     } catch (...) {
       stop(std::current_exception());
     }
@@ -33,14 +29,18 @@ class Pipeline {
   }
 
  private:
-  bool read(std::size_t slot, std::uint64_t& turn) {
-    const std::lock_guard lock(reading_);
-    if (stopped()) return false;
-    if (!steps_.read(slot)) {
+  // False when there are no more.
+  bool runBlock(std::size_t slot) {
+    std::unique_lock lock(reading_);
+    const BlockRead block = stopped() ? BlockRead::kNone : steps_.read(slot);
+    if (block == BlockRead::kNone) {
       exhausted_ = true;
       return false;
     }
-    turn = blocksRead_++;
+    const std::uint64_t turn = blocksRead_++;
+    if (block == BlockRead::kUsual) lock.unlock();
+    steps_.work(slot);
+    write(slot, turn);
     return true;
   }
 

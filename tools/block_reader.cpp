@@ -5,16 +5,12 @@
 namespace kyv_internal {
 namespace {
 
-// Large enough that a block's fixed costs vanish, small enough to stay in the processor's cache.
-constexpr std::size_t kBlockBytes = std::size_t{256} * 1024;
-constexpr std::size_t kLeastReadBytes = std::size_t{64} * 1024;
-
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 }  // namespace
 
-BlockReader::BlockReader(ByteSource& source, Framing& framing, std::size_t mostRecordBytes)
-    : source_(source), framing_(framing), mostRecordBytes_(mostRecordBytes) {}
+BlockReader::BlockReader(ByteSource& source, Framing& framing, std::size_t mostRecordBytes, std::size_t blockBytes)
+    : source_(source), framing_(framing), mostRecordBytes_(mostRecordBytes), blockBytes_(blockBytes) {}
 
 bool BlockReader::next(Block& block) {
   block.bytes.clear();
@@ -29,7 +25,7 @@ bool BlockReader::next(Block& block) {
 // One read into the block. False on failure; the source's end is kept in mind.
 bool BlockReader::fill(Block& block) {
   const std::size_t have = block.bytes.size();
-  const std::size_t room = std::max(kBlockBytes - std::min(have, kBlockBytes), kLeastReadBytes);
+  const std::size_t room = std::max(blockBytes_ - std::min(have, blockBytes_), blockBytes_ / 4);
   const std::ptrdiff_t got = source_.read(block.bytes.prepare(room), room);
   failed_ = got < 0;
   ended_ = got <= 0;

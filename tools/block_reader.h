@@ -32,11 +32,14 @@ struct Block {
   std::string_view text() const { return bytes.view().substr(skipped); }
 };
 
+// Large enough that a block's fixed costs vanish, small enough to stay in the processor's cache.
+inline constexpr std::size_t kBlockBytes = std::size_t{256} * 1024;
+
 class BlockReader {
  public:
-  // Records longer than `mostRecordBytes` are not kept in memory: text comes as kOversized and kMoreOversized.
-  // Source and framing must outlive the reader.
-  BlockReader(ByteSource& source, Framing& framing, std::size_t mostRecordBytes);
+  // Records longer than `mostRecordBytes` are not kept in memory: text comes as kOversized and kMoreOversized. Blocks
+  // are of about `blockBytes`, but for those of one longer record. Source and framing must outlive the reader.
+  BlockReader(ByteSource& source, Framing& framing, std::size_t mostRecordBytes, std::size_t blockBytes = kBlockBytes);
 
   // A UTF-8 byte order mark at the start is no data. Called before the first block.
   void dropByteOrderMark() { dropsMark_ = true; }
@@ -58,6 +61,7 @@ class BlockReader {
   ByteSource& source_;
   Framing& framing_;
   std::size_t mostRecordBytes_;
+  std::size_t blockBytes_;
   bool dropsMark_ = false;  // before the first block
   bool ended_ = false;
   bool failed_ = false;

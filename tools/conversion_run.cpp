@@ -16,6 +16,10 @@ namespace {
 
 using DALVON::Kyv::strprintf;
 
+// What all threads together hold at a time, however many there are: text, and what its rows become.
+constexpr std::size_t kSharedTextBytes = std::size_t{4} << 20;
+constexpr std::size_t kSharedConvertedBytes = std::size_t{16} << 20;
+
 std::uint64_t lineFeeds(std::string_view text) {
   return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
 }
@@ -23,7 +27,11 @@ std::uint64_t lineFeeds(std::string_view text) {
 }  // namespace
 
 ConversionRun::ConversionRun(const CommandOptions& options, ConversionPlan plan)
-    : options_(options), plan_(std::move(plan)), badRows_(options) {}
+    : options_(options),
+      plan_(std::move(plan)),
+      blockBytes_(std::min(kBlockBytes, kSharedTextBytes / options.threads)),
+      convertedBytes_(kSharedConvertedBytes / options.threads),
+      badRows_(options) {}
 
 ExitStatus ConversionRun::run() {
   if (!checkPaths()) return ExitStatus::kUsage;
@@ -53,7 +61,7 @@ bool ConversionRun::checkPaths() const {
       {isSameFile(options_.schema, output), "the output would replace the schema"},
       {isSameFile(options_.input, rejects), "the rejected rows would replace the input"},
       {isSameFile(options_.schema, rejects), "the rejected rows would replace the schema"},
-      {!rejects.empty() && rejects == output, "output and rejected rows have the same file"},
+      {willBeSameFile(rejects, output), "output and rejected rows have the same file"},
   };
   for (const auto& clash : clashes) {
     if (!clash.applies) continue;
@@ -67,7 +75,7 @@ bool ConversionRun::open() {
   if (!input_.open(options_.input, error_) || !output_.open(options_.output, error_) || !badRows_.open(error_)) {
     return false;
   }
-  reader_ = std::make_unique<BlockReader>(input_, *plan_.framing, plan_.mostRowBytes);
+  reader_ = std::make_unique<BlockReader>(input_, *plan_.framing, plan_.mostRowBytes, blockBytes_);
   if (plan_.rows == RowForm::kText) reader_->dropByteOrderMark();
   explainer_ = plan_.makeConverter();
   progress_ = std::make_unique<ProgressBar>(options_.quiet ? Terminal::kNone : Terminal::kDetect, input_.size());
@@ -84,12 +92,14 @@ void ConversionRun::convertBlocks() {
 }
 
 // The header is in the first block that holds more than blank lines.
-bool ConversionRun::read(Slot& slot) {
-  if (!reader_->next(slot.block)) return false;
+BlockRead ConversionRun::read(Slot& slot) {
+  if (!reader_->next(slot.block)) return BlockRead::kNone;
+  slot.rest = slot.block.text();
   slot.firstLine = plan_.firstLine;
-  if (slot.block.text().find_first_not_of("\r\n") == std::string_view::npos) return true;
+  const BlockRead block = isLarge(slot.block) ? BlockRead::kLarge : BlockRead::kUsual;
+  if (slot.rest.find_first_not_of("\r\n") == std::string_view::npos) return block;
   plan_.firstLine = FirstLine::kRow;
-  return slot.firstLine == FirstLine::kRow || takeHeader(slot.block.text());
+  return slot.firstLine == FirstLine::kRow || takeHeader(slot.rest) ? block : BlockRead::kNone;
 }
 
 bool ConversionRun::takeHeader(std::string_view text) {
@@ -101,11 +111,20 @@ void ConversionRun::convert(Slot& slot) const {
   const BlockKind kind = slot.block.kind;
   const bool whole = kind == BlockKind::kRecords || (kind == BlockKind::kUnfinished && plan_.rows == RowForm::kText);
   if (!whole) return;
-  slot.converter->convert(slot.block.text(), slot.firstLine, slot.converted);
+  slot.converter->convert(slot.rest, slot.firstLine, slot.converted, convertedBytes_);
 }
 
-// False ends the run.
+// False ends the run. What a large block took is given back.
 bool ConversionRun::write(Slot& slot) {
+  const bool goesOn = writeBlock(slot);
+  if (isLarge(slot.block)) {
+    slot = {};
+    slot.converter = plan_.makeConverter();
+  }
+  return goesOn;
+}
+
+bool ConversionRun::writeBlock(Slot& slot) {
   const Block& block = slot.block;
   summary_.bytes = block.offset + block.text().size();
   switch (block.kind) {
@@ -113,7 +132,7 @@ bool ConversionRun::write(Slot& slot) {
       if (plan_.rows == RowForm::kRecords) return refuseRecords(block);
       [[fallthrough]];
     case BlockKind::kRecords:
-      return writeRows(slot);
+      return writeAllRows(slot);
     case BlockKind::kOversized:
       return takeOversized(block);
     case BlockKind::kMoreOversized:
@@ -126,16 +145,33 @@ bool ConversionRun::write(Slot& slot) {
   return false;
 }
 
+// What is left because the rows before it became much is converted and written here, piece by piece.
+bool ConversionRun::writeAllRows(Slot& slot) {
+  while (writeRows(slot)) {
+    slot.rest.remove_prefix(slot.converted.textBytes);
+    if (slot.rest.empty()) return true;
+    slot.firstLine = FirstLine::kRow;
+    convert(slot);
+  }
+  return false;
+}
+
 bool ConversionRun::writeRows(const Slot& slot) {
   const ConvertedBlock& converted = slot.converted;
   if (!converted.header.empty()) badRows_.setHeader(converted.header);
   if (!converted.badRows.empty() && !takeBadRows(slot)) return false;
   if (!writeOutput(converted.output.view())) return false;
-  summary_.read += converted.rows;
-  summary_.blankLines += converted.blankLines;
+  countRows(converted.rows, converted.blankLines);
   lines_ += converted.lines;
   progress_->update(summary_.bytes, summary_.read);
   return true;
+}
+
+// The rejected ones among them were told to the log before.
+void ConversionRun::countRows(std::uint64_t rows, std::uint64_t blankLines) {
+  summary_.read += rows;
+  summary_.rejected = badRows_.rows();
+  summary_.blankLines += blankLines;
 }
 
 bool ConversionRun::writeOutput(std::string_view bytes) { return output_.write(bytes, error_); }
@@ -146,8 +182,7 @@ bool ConversionRun::takeBadRows(const Slot& slot) {
   for (const BadRow& row : slot.converted.badRows) {
     takeBadRow(slot, row);
     if (!badRows_.isFull()) continue;
-    summary_.read += row.row + std::uint64_t{1};
-    summary_.blankLines += row.blankLines;
+    countRows(row.row + std::uint64_t{1}, row.blankLines);
     if (badRows_.flush(error_)) writeOutput(slot.converted.output.view().substr(0, row.outputBytes));
     return false;
   }
@@ -157,11 +192,11 @@ bool ConversionRun::takeBadRows(const Slot& slot) {
 void ConversionRun::takeBadRow(const Slot& slot, const BadRow& row) {
   badRows_.count();
   if (badRows_.wantsReports()) reportBadRow(slot, row);
-  badRows_.keep(slot.block.text().substr(row.begin, row.size));
+  badRows_.keep(slot.rest.substr(row.begin, row.size));
 }
 
 void ConversionRun::reportBadRow(const Slot& slot, const BadRow& row) {
-  const std::string_view text = slot.block.text().substr(row.begin, row.size);
+  const std::string_view text = slot.rest.substr(row.begin, row.size);
   const RowFault fault = explainer_->explain(text, summary_.read + row.row + 1);
   if (plan_.rows == RowForm::kRecords) return reportFault(0, fault, {});
   reportFault(lines_ + row.line + lineFeeds(text.substr(0, fault.fieldBegin)) + 1, fault, text);
@@ -169,7 +204,7 @@ void ConversionRun::reportBadRow(const Slot& slot, const BadRow& row) {
 
 bool ConversionRun::takeOversized(const Block& block) {
   badRows_.count();
-  ++summary_.read;
+  countRows(1, 0);
   progress_->hide();
   RowFault fault;
   fault.message = strprintf("record %llu: longer than %zu bytes, the most that a row may have",
@@ -225,13 +260,11 @@ ExitStatus ConversionRun::finish() {
   }
   if (output_.readerHasGone()) return ExitStatus::kOk;
   const bool complete = error_.empty() && !stopped && !wasInterrupted;
-  if (!error_.empty() || (complete && !output_.commit(error_))) {
-    complain(error_);
-    return ExitStatus::kFiles;
-  }
-  summary_.rejected = badRows_.rows();
+  const bool failed = !error_.empty() || (complete && !output_.commit(error_));
+  if (failed) complain(error_);
   summary_.seconds = progress_->seconds();
   tellSummary();
+  if (failed) return ExitStatus::kFiles;
   const std::string unwritten = output_.isTemporary() ? "; " + options_.output + " was not written" : "";
   if (wasInterrupted) {
     complain("interrupted" + unwritten);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bad_row_log.h"
+#include "block_pipeline.h"
 #include "block_reader.h"
 #include "command_options.h"
 #include "exit_status.h"
@@ -49,6 +50,7 @@ class ConversionRun {
  private:
   struct Slot {
     Block block;
+    std::string_view rest;  // of its text: what was not yet converted and written
     FirstLine firstLine = FirstLine::kRow;
     ConvertedBlock converted;
     std::unique_ptr<RowConverter> converter;
@@ -57,11 +59,15 @@ class ConversionRun {
   bool open();
   bool checkPaths() const;
   void convertBlocks();
-  bool read(Slot& slot);
+  BlockRead read(Slot& slot);
   bool takeHeader(std::string_view text);
   void convert(Slot& slot) const;
   bool write(Slot& slot);
+  bool writeBlock(Slot& slot);
+  bool writeAllRows(Slot& slot);
   bool writeRows(const Slot& slot);
+  void countRows(std::uint64_t rows, std::uint64_t blankLines);
+  bool isLarge(const Block& block) const { return block.text().size() > 2 * blockBytes_; }
   bool writeOutput(std::string_view bytes);
   bool takeBadRows(const Slot& slot);
   void takeBadRow(const Slot& slot, const BadRow& row);
@@ -75,6 +81,8 @@ class ConversionRun {
 
   const CommandOptions& options_;
   ConversionPlan plan_;
+  std::size_t blockBytes_;      // of a usual block
+  std::size_t convertedBytes_;  // what rows may become before they are written
   InputFile input_;
   OutputFile output_;
   BadRowLog badRows_;

@@ -19,6 +19,8 @@
 namespace kyv_internal {
 namespace {
 
+constexpr char kInterruptedText[] = "interrupted";
+
 std::string streamName(const std::string& path) {
   const std::string stem = path == "-" ? "" : std::filesystem::path(path).stem().string();
   return stem.empty() ? "stream" : stem;
@@ -31,11 +33,10 @@ void addBlock(TextGuess& guess, const Block& block) {
   guess.addOversizedLine(static_cast<std::uint64_t>(lineFeeds), block.kind == BlockKind::kOversized);
 }
 
-// Reads all lines. Nothing, with a message unless the run was interrupted, when the input cannot be read to its end or
-// holds no rows.
-std::optional<TextGuess::Result> guessFrom(const CommandOptions& options, RunSummary& summary, std::string& error) {
-  InputFile input;
-  if (!input.open(options.input, error)) return std::nullopt;
+// Reads all lines and counts them. Nothing, with a message unless the run was interrupted, when the input cannot be
+// read to its end or holds no rows.
+std::optional<TextGuess::Result> guessFrom(const CommandOptions& options, InputFile& input, RunSummary& summary,
+                                           std::string& error) {
   LineFraming framing;
   BlockReader reader(input, framing, kMostTextRowBytes);
   reader.dropByteOrderMark();
@@ -46,14 +47,21 @@ std::optional<TextGuess::Result> guessFrom(const CommandOptions& options, RunSum
     if (!guess) guess.emplace(options.text, block.text());
     addBlock(*guess, block);
     summary.bytes = block.offset + block.text().size();
-    progress.update(block.offset, guess->rows());
+    summary.read = guess->rows();
+    summary.rejected = guess->badRows();
+    progress.update(block.offset, summary.read);
   }
   summary.seconds = progress.seconds();
   error = input.error();
   if (reader.failed()) return std::nullopt;
   std::optional<TextGuess::Result> result;
   if (guess) result = guess->finish();
-  if (!result) error = input.name() + ": holds no rows to learn from";
+  if (!result) {
+    error = input.name() + ": holds no rows to learn from";
+    return result;
+  }
+  summary.rejected = result->badRows;
+  summary.read = result->schema.rows.value_or(0) + result->badRows;
   return result;
 }
 
@@ -67,16 +75,17 @@ void tellNotes(const CommandOptions& options, const TextGuess::Result& result) {
   }
 }
 
-void tellSummary(const CommandOptions& options, const TextGuess::Result& result, RunSummary& summary) {
-  if (options.quiet) return;
-  summary.rejected = result.badRows;
-  summary.read = result.schema.rows.value_or(0) + result.badRows;
-  std::fprintf(stderr, "%s\n", summary.text().c_str());
+void tellSummary(const CommandOptions& options, const RunSummary& summary) {
+  if (!options.quiet) std::fprintf(stderr, "%s\n", summary.text().c_str());
 }
 
-bool writeSchema(const CommandOptions& options, const SchemaFile& schema, std::string& error) {
+// Tells what the user should know, and writes the schema. False with a message.
+bool writeResult(const CommandOptions& options, TextGuess::Result& result, std::string& error) {
+  result.schema.stream = streamName(options.input);
+  result.schema.id = 1;
+  tellNotes(options, result);
   OutputFile output;
-  return output.open(options.output, error) && output.write(schemaText(schema), error) && output.commit(error);
+  return output.open(options.output, error) && output.write(schemaText(result.schema), error) && output.commit(error);
 }
 
 }  // namespace
@@ -89,23 +98,23 @@ ExitStatus runInfer(const CommandOptions& options) {
   }
   catchInterrupts();
   std::string error;
+  InputFile input;
+  if (!input.open(options.input, error)) {
+    complain(interrupted() ? kInterruptedText : error);
+    return interrupted() ? ExitStatus::kInterrupted : ExitStatus::kFiles;
+  }
   RunSummary summary;
-  std::optional<TextGuess::Result> result = guessFrom(options, summary, error);
+  std::optional<TextGuess::Result> result = guessFrom(options, input, summary, error);
   if (!result && interrupted()) {
-    complain("interrupted");
+    tellSummary(options, summary);
+    complain(kInterruptedText);
     return ExitStatus::kInterrupted;
   }
-  if (result) {
-    result->schema.stream = streamName(options.input);
-    result->schema.id = 1;
-    tellNotes(options, *result);
-  }
-  if (!result || !writeSchema(options, result->schema, error)) {
-    complain(error);
-    return ExitStatus::kFiles;
-  }
-  tellSummary(options, *result, summary);
-  return result->badRows > 0 ? ExitStatus::kBadRows : ExitStatus::kOk;
+  const bool written = result && writeResult(options, *result, error);
+  if (!written) complain(error);
+  tellSummary(options, summary);
+  if (!written) return ExitStatus::kFiles;
+  return summary.rejected > 0 ? ExitStatus::kBadRows : ExitStatus::kOk;
 }
 
 }  // namespace kyv_internal

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -22,6 +23,13 @@ void occupyStandardDescriptors() {
   if (descriptor >= 0) ::close(descriptor);
 }
 
+// Left to itself the allocator learns from the first large block that is released to keep the next ones, for each
+// thread.
+void returnLargeBlocks() {
+  constexpr int kLargeBytes = 128 * 1024;
+  mallopt(M_MMAP_THRESHOLD, kLargeBytes);
+}
+
 // False when something that was printed did not get out, unless its reader has seen enough.
 bool flushStandardOutput() {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
@@ -34,6 +42,7 @@ bool flushStandardOutput() {
 
 int main(int count, char** arguments) {
   occupyStandardDescriptors();
+  returnLargeBlocks();
   try {
     const int status = kyv_internal::runCommandLine(count, arguments);
     return flushStandardOutput() ? status : static_cast<int>(kyv_internal::ExitStatus::kFiles);

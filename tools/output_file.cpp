@@ -22,6 +22,12 @@ std::string followLinks(const std::string& path) {
   return failed ? path : real.string();
 }
 
+// The one spelling of a path to a file that need not exist.
+std::filesystem::path oneSpelling(const std::string& path) {
+  std::error_code failed;
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(path, failed), failed);
+}
+
 bool isReplaceable(const std::string& path) {
   struct stat status = {};
   return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
@@ -90,6 +96,11 @@ bool OutputFile::isStandardOutput() const { return descriptor_ == STDOUT_FILENO;
 bool isSameFile(const std::string& left, const std::string& right) {
   std::error_code failed;
   return left != "-" && right != "-" && std::filesystem::equivalent(left, right, failed) && !failed;
+}
+
+bool willBeSameFile(const std::string& left, const std::string& right) {
+  if (left.empty() || right.empty() || left == "-" || right == "-") return false;
+  return isSameFile(left, right) || oneSpelling(left) == oneSpelling(right);
 }
 
 }  // namespace kyv_internal

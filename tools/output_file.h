@@ -46,5 +46,7 @@ class OutputFile {
 
 // Whether two paths lead to the same file; false when either does not exist or is "-".
 bool isSameFile(const std::string& left, const std::string& right);
+// The same, or whether they will when the file is made.
+bool willBeSameFile(const std::string& left, const std::string& right);
 
 }  // namespace kyv_internal

@@ -8,14 +8,16 @@ void ConvertedBlock::clear() {
   output.clear();
   badRows.clear();
   rows = blankLines = lines = 0;
+  textBytes = 0;
   header = {};
 }
 
-void RowConverter::convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out) {
+void RowConverter::convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out, std::size_t mostBytes) {
   out.clear();
   blockHoldsNul_ = text.find('\0') != std::string_view::npos;
   bool headerIsNext = firstLine == FirstLine::kHeader;
-  for (std::size_t at = 0; at < text.size();) {
+  std::size_t& at = out.textBytes;
+  while (at < text.size() && out.bytes() < mostBytes) {
     const Extent extent = readRow(text.substr(at));
     const std::string_view row = text.substr(at, extent.size);
     if ((headerIsNext || skipsBlankLines()) && isBlankLine(row)) {
@@ -35,7 +37,7 @@ void RowConverter::convertRow(std::string_view row, std::size_t begin, Converted
   if (!appendRow(row, out.rows, out.output)) {
     errors_.clear();
     out.badRows.push_back({out.rows, out.lines, out.blankLines, static_cast<std::uint32_t>(begin),
-                           static_cast<std::uint32_t>(row.size()), out.output.size()});
+                           static_cast<std::uint32_t>(row.size()), static_cast<std::uint32_t>(out.output.size())});
   }
   ++out.rows;
 }

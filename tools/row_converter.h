@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,7 +25,7 @@ struct BadRow {
   std::uint32_t blankLines = 0;  // of these
   std::uint32_t begin = 0;       // its text in the block, line end included
   std::uint32_t size = 0;
-  std::uint64_t outputBytes = 0;  // what the rows before it became
+  std::uint32_t outputBytes = 0;  // what the rows before it became
 };
 
 struct ConvertedBlock {
@@ -33,7 +34,10 @@ struct ConvertedBlock {
   std::uint32_t rows = 0;
   std::uint32_t blankLines = 0;  // skipped: they are no rows
   std::uint32_t lines = 0;
-  std::string_view header;  // the header's line in the block
+  std::size_t textBytes = 0;  // the text of all this
+  std::string_view header;    // the header's line in it
+
+  std::size_t bytes() const { return output.size() + badRows.size() * sizeof(BadRow); }
 
   // Keeps the memory.
   void clear();
@@ -57,8 +61,10 @@ class RowConverter {
   RowConverter& operator=(const RowConverter&) = delete;
   virtual ~RowConverter() = default;
 
-  // Converts the rows of a text that begins and ends where rows do, of less than 4 GiB. `out` is cleared first.
-  void convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out);
+  // Converts the rows of a text that begins and ends where rows do, of less than 4 GiB, until they have become
+  // `mostBytes` or more: what is left of the text is for another call. `out` is cleared first.
+  void convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out,
+               std::size_t mostBytes = std::numeric_limits<std::size_t>::max());
 
   // Converts one row again, which failed, as row number `recordNo`.
   virtual RowFault explain(std::string_view row, unsigned long recordNo) = 0;

@@ -38,8 +38,9 @@ class TextGuess {
     std::uint64_t firstBadLine = 0;
     std::vector<std::string> notes;
   };
-  // Rows so far, as lines.
-  std::uint64_t rows() const { return plain_.rows(); }
+  // Rows so far, as lines, and those among them that are left out.
+  std::uint64_t rows() const { return plain_.rows() + plain_.badRows(); }
+  std::uint64_t badRows() const { return plain_.badRows(); }
   // Nothing when there were no rows at all. Called once.
   std::optional<Result> finish();
 

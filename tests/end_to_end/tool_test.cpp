@@ -51,6 +51,8 @@ TEST_F(Tool, AnswersWrongUseWithOneLine) {
       {"convert -s people.json people.csv -o ./people.csv", "the output would replace the input"},
       {"convert -s people.json people.csv --rejects ./people.csv", "the rejected rows would replace the input"},
       {"convert -s people.json people.csv -o x --rejects x", "output and rejected rows have the same file"},
+      {"convert -s people.json people.csv -o x --rejects ./x", "output and rejected rows have the same file"},
+      {"convert -s people.json people.csv -o $PWD/x --rejects y/../x", "output and rejected rows have the same file"},
       {"convert -s people.json people.csv -o ./people.json", "the output would replace the schema"},
       {"convert -s people.json people.csv -o x --rejects ./people.json", "the rejected rows would replace the schema"},
       {"convert -s - - <people.json", "schema and rows cannot both come from standard input"},
@@ -66,20 +68,24 @@ TEST_F(Tool, AnswersWrongUseWithOneLine) {
   EXPECT_EQ(read(path("people.json")), kPeopleSchema);
 }
 
-TEST_F(Tool, AnswersBrokenFilesWithOneLine) {
+// What was opened is counted too, as far as it went.
+TEST_F(Tool, AnswersBrokenFilesWithOneLineAndTheCounts) {
   writePeople();
   write("broken.json", "{\"stream\": \"s\",\n \"columns\": [}");
   write("empty", "");
   const struct {
     const char* line;
     const char* message;
+    const char* counts = "";
   } kCases[] = {
       {"kyv infer nowhere.csv", "cannot read nowhere.csv: No such file or directory"},
       {"kyv infer .", "cannot read .: it is a directory"},
-      {"kyv infer empty", "empty: holds no rows to learn from"},
-      {"kyv infer - <empty", "<stdin>: holds no rows to learn from"},
-      {"kyv infer people.csv -o no/where", "cannot write no/where: No such file or directory"},
-      {"kyv infer people.csv -o /dev/full", "cannot write /dev/full: No space left on device"},
+      {"kyv infer empty", "empty: holds no rows to learn from", "read 0, accepted 0, rejected 0 in "},
+      {"kyv infer - <empty", "<stdin>: holds no rows to learn from", "read 0, accepted 0, rejected 0 in "},
+      {"kyv infer people.csv -o no/where", "cannot write no/where: No such file or directory",
+       "read 2, accepted 2, rejected 0 in "},
+      {"kyv infer people.csv -o /dev/full", "cannot write /dev/full: No space left on device",
+       "read 2, accepted 2, rejected 0 in "},
       {"kyv convert -s nowhere.json people.csv", "cannot read nowhere.json: No such file or directory"},
       {"kyv convert -s people.csv people.csv",
        "people.csv: not valid JSON: line 1, column 1: syntax error while parsing value - invalid literal; last read: "
@@ -90,22 +96,35 @@ TEST_F(Tool, AnswersBrokenFilesWithOneLine) {
        "'{', or a literal"},
       {"kyv convert -s people.json people.csv -o no/where", "cannot write no/where: No such file or directory"},
       {"kyv convert -s people.json people.csv -o .", "cannot write .: Is a directory"},
-      {"kyv convert -s people.json people.csv -o /dev/full", "cannot write /dev/full: No space left on device"},
-      {"kyv convert -s people.json people.csv >/dev/full", "cannot write standard output: No space left on device"},
+      {"kyv convert -s people.json people.csv -o /dev/full", "cannot write /dev/full: No space left on device",
+       "read 0, accepted 0, rejected 0 in "},
+      {"kyv convert -s people.json people.csv >/dev/full", "cannot write standard output: No space left on device",
+       "read 0, accepted 0, rejected 0 in "},
+      {"seq -f %g,x, 9999 >many; ulimit -f 1; kyv convert --no-header -s people.json many -o rows",
+       "cannot write rows: File too large", "read 0, accepted 0, rejected 0 in "},
+      {"kyv convert -q -s people.json people.csv | head -c -9 >torn; kyv print -s people.json torn -o text",
+       "torn: the file ends within record 2 at byte 52: 35 of 44 bytes are there",
+       "read 1, accepted 1, rejected 0 in "},
       {"kyv convert -s people.json people.csv --rejects no/where -o x",
        "cannot write no/where: No such file or directory"},
       {"kyv print -s people.json people.csv",
-       "people.csv: no record begins at byte 0, where record 1 should: its length would be 1311532105 bytes"},
-      {"printf abc | kyv print -s people.json -", "<stdin>: the file ends within the length of record 1 at byte 0"},
+       "people.csv: no record begins at byte 0, where record 1 should: its length would be 1311532105 bytes",
+       "read 0, accepted 0, rejected 0 in "},
+      {"printf abc | kyv print -s people.json -", "<stdin>: the file ends within the length of record 1 at byte 0",
+       "read 0, accepted 0, rejected 0 in "},
       {"printf '\\x64\\0\\0\\0abcd' | kyv print -s people.json -",
-       "<stdin>: the file ends within record 1 at byte 0: 8 of 100 bytes are there"},
+       "<stdin>: the file ends within record 1 at byte 0: 8 of 100 bytes are there",
+       "read 0, accepted 0, rejected 0 in "},
       {"printf '\\x17\\0\\0\\0abcd' | kyv print -s people.json -",
-       "<stdin>: no record begins at byte 0, where record 1 should: its length would be 23 bytes"},
+       "<stdin>: no record begins at byte 0, where record 1 should: its length would be 23 bytes",
+       "read 0, accepted 0, rejected 0 in "},
   };
   for (const auto& row : kCases) {
     const Outcome outcome = run(row.line);
     EXPECT_EQ(outcome.status, 3) << row.line;
-    EXPECT_EQ(outcome.err, "kyv: " + std::string(row.message) + "\n") << row.line;
+    const std::string line = "kyv: " + std::string(row.message) + "\n";
+    EXPECT_THAT(outcome.err, StartsWith(line + row.counts)) << row.line;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), *row.counts == '\0' ? 1 : 2) << row.line;
     EXPECT_EQ(outcome.out, "") << row.line;
   }
 }
@@ -286,6 +305,28 @@ TEST_F(Tool, LeavesNothingBehindWhenInterrupted) {
   EXPECT_THAT(files(), Not(testing::Contains(StartsWith("rows"))));
 }
 
+TEST_F(Tool, CountsWhatItLearntFromWhenInterrupted) {
+  const Outcome outcome =
+      run("mkfifo pipe; kyv infer - <pipe & kyv=$!\n"
+          "exec 3>pipe; seq -f %g,x 50000 >&3; kill -INT $kyv; wait $kyv");
+  EXPECT_EQ(outcome.status, 5);
+  EXPECT_THAT(outcome.err, testing::MatchesRegex("read [1-9][0-9]+, accepted [1-9][0-9]+, rejected 0 in [^\n]*\n"
+                                                 "kyv: interrupted\n"));
+  EXPECT_EQ(outcome.out, "");
+}
+
+// A row of two bytes becomes a record of 56, and all blocks at once would fill the memory.
+TEST_F(Tool, WritesPieceByPieceWhatBecomesMuch) {
+  write("one.json", R"json({"stream": "s", "id": 1, "columns": [{"name": "D", "type": "decimal(20,2)"}]})json");
+  const Outcome outcome =
+      run("for i in {0..9}; do yes $i.25 | head -20000; echo x; done >many.csv\n"
+          "kyv convert -s one.json --threads 64 --rejects bad many.csv | kyv print -q -s one.json - >back\n"
+          "grep -v x many.csv | cmp - back && cat bad");
+  EXPECT_EQ(outcome.out, "x\nx\nx\nx\nx\nx\nx\nx\nx\nx\n");
+  EXPECT_THAT(outcome.err, HasSubstr("\nmany.csv:200010: column \"D\": record 200010: "));
+  EXPECT_THAT(outcome.err, HasSubstr("\nread 200010, accepted 200000, rejected 10 in "));
+}
+
 TEST_F(Tool, TakesARowThatNeverEndsForOneBadRow) {
   write("people.json", kPeopleSchema);
   write("open.csv", "Id,Name,Born\n1,\"Ann,\n" + manyRows(false) + std::string(4 << 20, 'x'));
@@ -308,9 +349,9 @@ TEST_F(Tool, KeepsItsMemorySmall) {
   GTEST_SKIP() << "a sanitizer's memory is not ours";
 #endif
   write("people.json", kPeopleSchema);
-  for (const char* input : {"yes x", "yes '1,\"some text,'", "yes 1,some text,"}) {
+  for (const char* input : {"yes x", "yes ,,", "yes '1,\"some text,'", "yes 1,some text,"}) {
     const Outcome outcome =
-        run("mkfifo pipe; kyv convert -q --quoted --threads 4 -s people.json - -o rows <pipe & kyv=$!\n"
+        run("mkfifo pipe; kyv convert -q --quoted --threads 64 -s people.json - -o rows <pipe & kyv=$!\n"
             "exec 3>pipe; " +
             std::string(input) +
             " | head -c 8000000 >&3\n"

@@ -8,18 +8,25 @@
 namespace kyv_internal {
 namespace {
 
+bool isLarge(int number) { return number % 7 == 6; }
+
 // Squares the numbers below `count` and returns them as written; stops after the square that is `last`.
 std::vector<int> squares(std::size_t threads, int count, int last = -1) {
   std::vector<int> slots(threads);
   std::vector<int> written;
   int next = 0;
+  bool largeWaits = false;  // to be written
   runBlocks(threads, {[&](std::size_t slot) {
                         slots[slot] = next;
-                        return next++ < count;
+                        if (next == count) return BlockRead::kNone;
+                        EXPECT_FALSE(largeWaits) << "read beside a large block: " << next;
+                        largeWaits = isLarge(next++);
+                        return largeWaits ? BlockRead::kLarge : BlockRead::kUsual;
                       },
                       [&](std::size_t slot) { slots[slot] *= slots[slot]; },
                       [&](std::size_t slot) {
                         written.push_back(slots[slot]);
+                        if (isLarge(static_cast<int>(written.size()) - 1)) largeWaits = false;
                         return slots[slot] != last;
                       }});
   return written;
@@ -41,7 +48,7 @@ TEST(BlockPipeline, WritesNothingAfterAStop) {
 TEST(BlockPipeline, ThrowsWhatAStepThrows) {
   for (const std::size_t threads : {1, 2, 8}) {
     int next = 0;
-    const BlockSteps steps = {[&](std::size_t) { return next++ < 100; },
+    const BlockSteps steps = {[&](std::size_t) { return next++ < 100 ? BlockRead::kUsual : BlockRead::kNone; },
                               [](std::size_t) { throw std::runtime_error("full"); }, [](std::size_t) { return true; }};
     EXPECT_THROW(runBlocks(threads, steps), std::runtime_error) << threads;
   }
