@@ -19,8 +19,9 @@ struct ShortNumber {
 };
 
 // Digits with at most one "." among, before or behind them. Not valid: any other text, and one above 16 characters.
+// In line always: the packers compiled for newer processors want it compiled for these, too.
 template <class Text>
-ShortNumber readShortNumber(Text text) {
+[[gnu::always_inline]] inline ShortNumber readShortNumber(Text text) {
   if (text.empty() || text.size() > kPieceDigits || (text.size() == 1 && text.front() == '.')) return {};
   const DigitLanes digits = loadOwnDigits(text);
   const unsigned int faults = faultsOf(digits);
