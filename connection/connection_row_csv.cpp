@@ -172,9 +172,12 @@ void* ConnectionRowCsv::toRow(ConnectionCallback*, unsigned long recordNo, Conne
   Line line{takeLine()};
   auto row = source(line, recordNo, errors);
   if (!row) return nullptr;
-  if (void* const record = line.hasFields ? kyv_internal::buildUsualRecord(*row, line.text, separator_) : nullptr)
-    return record;
-  return split(line, *row, errors) ? kyv_internal::buildRecord(*row, errors, failedColumn_) : nullptr;
+  kyv_internal::RecordMemory memory;
+  if (line.hasFields) {
+    if (void* const record = kyv_internal::buildUsualRecord(*row, line.text, separator_, memory)) return record;
+  }
+  if (!split(line, *row, errors)) return nullptr;
+  return kyv_internal::buildRecord(*row, errors, failedColumn_, std::move(memory));
 }
 
 void* ConnectionRowCsv::toRow(unsigned long recordNo, ConnectionErrors* errors) {

@@ -272,6 +272,8 @@ std::size_t packWholeLine(std::span<const ColumnType> columns, std::span<const c
 
 }  // namespace
 
+// A function that exists twice loses its hidden visibility, unless nobody outside sees it anyway.
+
 PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
                         unsigned char* record) {
   return packAllFields(columns, fields, formats, record);

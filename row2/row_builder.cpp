@@ -11,7 +11,6 @@
 #include "datatypes/value_codec.h"
 #include "kyv/string_utility.h"
 #include "row2/row2_layout.h"
-#include "services/malloc_ptr.h"
 
 namespace kyv_internal {
 
@@ -57,25 +56,8 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
   return 0;
 }
 
-// Any record, or its message.
-bool writeRecord(unsigned char* record, std::size_t size, const RowSource& source, ConnectionErrors& errors,
-                 int& failedColumn) {
-  writeHeader(record, size, source);
-  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record);
-  if (packed.error == nullptr) return true;
-  failedColumn = static_cast<int>(packed.column);
-  reportColumn(source, packed.column, packed.error, errors);
-  return false;
-}
-
-MallocPtr<unsigned char> allocate(std::size_t size) {
-  MallocPtr<unsigned char> memory(static_cast<unsigned char*>(std::malloc(size)));
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-// The usual record is packed where it stays, in memory for the most that it can take. That is little more than it does
-// take, and saves a look at every field beforehand. Bigger ones are sized first.
+// The usual record gets memory for the most that it can take. That is little more than it does take, and saves a look
+// at every field beforehand. Bigger ones are sized first.
 constexpr std::size_t kUsualRoom = 2048;
 
 // Bytes for the record and its slack; 0 when it may be bigger than the usual one.
@@ -86,74 +68,70 @@ std::size_t usualRoom(const RowSource& source) {
   return room <= kUsualRoom ? room : 0;
 }
 
+// The same for any record. 0 with a message when its length word could not hold its size.
+std::size_t roomFor(const RowSource& source, ConnectionErrors& errors) {
+  if (const std::size_t room = usualRoom(source)) return room;
+  const std::size_t size = checkedSize(source, errors);
+  return size != 0 ? size + kTextSlack : 0;
+}
+
+RecordMemory allocate(std::size_t size) {
+  RecordMemory memory(static_cast<unsigned char*>(std::malloc(size)));
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
 unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static_cast<void*>(memory)); }
 
-// `pack` writes the columns and returns the record's size, or 0 when it cannot. Null then, and when the record may be
-// too big.
-template <class Pack>
-void* buildUsual(const RowSource& source, const Pack& pack) {
-  const std::size_t room = usualRoom(source);
-  if (room == 0) return nullptr;
-  auto record = allocate(room);
-  const std::size_t size = pack(record.get());
-  if (size == 0) return nullptr;
-  writeHeader(record.get(), size, source);
-  return record.release();
+// Both write a record where it stays and return its size; 0 when something is out of the ordinary, or with a message.
+
+std::size_t writeLine(unsigned char* record, const RowSource& source, std::span<const char> line, char separator) {
+  const std::size_t size = packLine(source.columns, line, separator, source.formats.set(), record);
+  if (size != 0) writeHeader(record, size, source);
+  return size;
 }
 
-// The same behind what `out` holds.
-template <class Pack>
-bool appendUsual(const RowSource& source, const Pack& pack, kyv::ByteBuffer& out) {
-  const std::size_t room = usualRoom(source);
-  if (room == 0) return false;
-  unsigned char* const record = asBytes(out.prepare(room));
-  const std::size_t size = pack(record);
-  if (size == 0) return false;
-  writeHeader(record, size, source);
-  out.commit(size);
-  return true;
-}
-
-auto fieldPacker(const RowSource& source) {
-  return [&source](unsigned char* record) {
-    const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record);
-    return packed.error == nullptr ? packed.bytes : 0;
-  };
-}
-
-auto linePacker(const RowSource& source, std::span<const char> line, char separator) {
-  return [&source, line, separator](unsigned char* record) {
-    return packLine(source.columns, line, separator, source.formats.set(), record);
-  };
+std::size_t writeFields(unsigned char* record, const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
+  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record);
+  if (packed.error == nullptr) {
+    writeHeader(record, packed.bytes, source);
+    return packed.bytes;
+  }
+  failedColumn = static_cast<int>(packed.column);
+  reportColumn(source, packed.column, packed.error, errors);
+  return 0;
 }
 
 }  // namespace
 
-void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
+void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, RecordMemory memory) {
   failedColumn = kNoColumn;
-  if (void* const record = buildUsual(source, fieldPacker(source))) return record;
-  const std::size_t size = checkedSize(source, errors);
-  if (size == 0) return nullptr;
-  auto record = allocate(size + kTextSlack);
-  return writeRecord(record.get(), size, source, errors, failedColumn) ? record.release() : nullptr;
+  const std::size_t room = roomFor(source, errors);
+  if (room == 0) return nullptr;
+  if (memory == nullptr) memory = allocate(room);
+  return writeFields(memory.get(), source, errors, failedColumn) != 0 ? memory.release() : nullptr;
 }
 
-void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator) {
-  return buildUsual(source, linePacker(source, line, separator));
+void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator, RecordMemory& memory) {
+  const std::size_t room = usualRoom(source);
+  if (room == 0) return nullptr;
+  memory = allocate(room);
+  return writeLine(memory.get(), source, line, separator) != 0 ? memory.release() : nullptr;
 }
 
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out) {
   failedColumn = kNoColumn;
-  if (appendUsual(source, fieldPacker(source), out)) return true;
-  const std::size_t size = checkedSize(source, errors);
-  if (size == 0 || !writeRecord(asBytes(out.prepare(size + kTextSlack)), size, source, errors, failedColumn))
-    return false;
+  const std::size_t room = roomFor(source, errors);
+  const std::size_t size = room != 0 ? writeFields(asBytes(out.prepare(room)), source, errors, failedColumn) : 0;
   out.commit(size);
-  return true;
+  return size != 0;
 }
 
 bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out) {
-  return appendUsual(source, linePacker(source, line, separator), out);
+  const std::size_t room = usualRoom(source);
+  const std::size_t size = room != 0 ? writeLine(asBytes(out.prepare(room)), source, line, separator) : 0;
+  out.commit(size);
+  return size != 0;
 }
 
 }  // namespace kyv_internal

@@ -10,6 +10,7 @@
 #include "kyv/byte_buffer.h"
 #include "kyv/connection_row.h"
 #include "row2/row_field.h"
+#include "services/malloc_ptr.h"
 
 namespace kyv_internal {
 
@@ -28,13 +29,15 @@ struct RowSource {
   std::size_t textBytes;   // characters of all texts, or more
 };
 
-// The record in memory from malloc, which the caller frees; or null with one message, and the column whose text did not
-// convert in `failedColumn` (kNoColumn when none did not).
-void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn);
+using RecordMemory = MallocPtr<unsigned char>;
 
-// The same record, whose columns are the pieces of a line in line memory; `source` has no fields. Null, with nothing
-// done, for a line in which something is out of the ordinary.
-void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator);
+// The record in memory from malloc, which the caller frees; or null with one message, and the column whose text did not
+// convert in `failedColumn` (kNoColumn when none did not). `memory` is what buildUsualRecord() left of the same source.
+void* buildRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, RecordMemory memory = nullptr);
+
+// The same record, whose columns are the pieces of a line in line memory; `source` has no fields. Null, and perhaps
+// `memory` for buildRecord(), for a line in which something is out of the ordinary.
+void* buildUsualRecord(const RowSource& source, std::span<const char> line, char separator, RecordMemory& memory);
 
 // Both records behind what `out` holds. On failure `out` is as before.
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out);

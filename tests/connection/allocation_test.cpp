@@ -81,11 +81,12 @@ kyv::StreamSchema schemaOfCells() {
   return {"Cells", 1, columns};
 }
 
-std::string lineOfCells() {
+// The texts, each between two of `quote`.
+std::string lineOfCells(const std::string& quote = "") {
   std::string line;
   for (const Cell& cell : kCells) {
     if (&cell != &kCells.front()) line += ',';
-    if (cell.text != nullptr) line += cell.text;
+    if (cell.text != nullptr) line += quote + cell.text + quote;
   }
   return line;
 }
@@ -121,12 +122,14 @@ class Allocations : public testing::Test {
 TEST_F(Allocations, ALineTakesOneForItsRecord) {
   ConnectionRowCsv row;
   row.setStreamType(&schema_, false);
-  std::string line = lineOfCells();
-  EXPECT_EQ(perCall([&] {
-              row.setBuffer(line.data());
-              std::free(row.toRow(1, &errors_));
-            }),
-            1);
+  for (std::string line : {lineOfCells(), lineOfCells("'")}) {
+    EXPECT_EQ(perCall([&] {
+                row.setBuffer(line.data());
+                std::free(row.toRow(1, &errors_));
+              }),
+              1)
+        << line;
+  }
   EXPECT_EQ(errors_.report(), "");
 }
 
