@@ -25,6 +25,7 @@
 #include "kyv/export.h"
 #include "platform/sdk/failure.h"
 #include "platform/sdk/project_uri.h"
+#include "platform/sdk/settings.h"
 
 namespace kyv_internal {
 
@@ -58,6 +59,13 @@ struct DeliveryKey {
   bool operator==(const DeliveryKey&) const = default;
 };
 
+// Whose an adapter's delivery may be when it is taken.
+enum class Take {
+  IfFree,       // nobody's who lives
+  IfStillMine,  // the taker's own, of this or a lost connection: nobody took it since the fence that he has
+  Anyway        // anybody's
+};
+
 // Who publishes: what takeDelivery gave, and what to store with the rows.
 struct Delivery {
   std::string adapter;
@@ -85,6 +93,8 @@ class EventStore {
 
   // Nothing when the same definition is there; KYV_ERROR_REFUSED when another one of this name is.
   virtual bool defineStream(const StreamDefinition& stream, Failure& failure) = 0;
+  // Replaces `names` by those of all streams, in the order of their bytes.
+  virtual bool listStreams(std::vector<std::string>& names, Failure& failure) = 0;
   // KYV_ERROR_MISSING without a stream of this name.
   virtual bool findStream(const std::string& name, StreamDefinition& stream, Failure& failure) = 0;
 
@@ -97,15 +107,23 @@ class EventStore {
   // none now. Deletes are left out behind the number 0, where nobody knows the key yet.
   virtual bool read(const StreamDefinition& stream, std::int64_t after, RowChunk& chunk, Failure& failure) = 0;
 
-  // Gives a fence that is above all that were given for this adapter.
-  virtual bool takeDelivery(const std::string& adapter, std::int64_t& fence, Failure& failure) = 0;
+  // Waits until there is a row behind a number, at most so many milliseconds, and tells whether there is one.
+  virtual bool waitForRows(const StreamDefinition& stream, std::int64_t after, std::int32_t milliseconds, bool& there,
+                           Failure& failure) = 0;
+
+  // Gives a fence that is above all that were given for this adapter. From now on publishing with one of those fails,
+  // and nothing that was published with them is still under way. `fence` goes in for Take::IfStillMine: the last one
+  // that the taker got. KYV_ERROR_HELD: a store that is open holds the delivery, and it is to be free.
+  // KYV_ERROR_REPLACED: it is no longer the taker's. A store holds one delivery, the last that it took, until it is
+  // destroyed or its process dies.
+  virtual bool takeDelivery(const std::string& adapter, Take how, std::int64_t& fence, Failure& failure) = 0;
   // What the adapter's last publish with a key stored.
   virtual bool readDelivery(const std::string& adapter, std::optional<DeliveryKey>& key, Failure& failure) = 0;
 };
 
 // The one function that a back end's module exports, under the name kOpenStoreName: opens a project and gives a new
 // store, for delete; null on failure.
-using OpenStore = EventStore* (*)(const ProjectAddress& project, Failure& failure);
-inline constexpr const char* kOpenStoreName = "kyv_open_event_store_1";
+using OpenStore = EventStore* (*)(const ProjectAddress& project, const Settings& settings, Failure& failure);
+inline constexpr const char* kOpenStoreName = "kyv_open_event_store_2";
 
 }  // namespace kyv_internal

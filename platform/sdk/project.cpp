@@ -59,6 +59,23 @@ kyv_stream_t* Project::findStream(const std::string& name, Failure& failure) {
   return handleOf(std::move(stream));
 }
 
+bool Project::countStreams(std::int32_t& count, Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> names;
+  if (!isConnected(failure) || !store_->listStreams(names, failure)) return false;
+  names_ = std::move(names);
+  count = static_cast<std::int32_t>(names_.size());
+  return true;
+}
+
+const char* Project::streamName(std::int32_t index, Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  const auto place = static_cast<std::size_t>(index);  // of a negative one beyond all
+  if (place < names_.size()) return names_[place].c_str();
+  fail(failure, KYV_ERROR_USAGE, "of the project's streams %zu were counted, none is at %d", names_.size(), index);
+  return nullptr;
+}
+
 Uri::Uri(ProjectAddress address)
     : project(owned.add<kyv_project_t>(
           std::make_shared<Project>(std::make_shared<const ProjectAddress>(std::move(address))))) {}

@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/sdk/event_store.h"
 #include "platform/sdk/handle_table.h"
@@ -44,6 +45,9 @@ class Project : public HandleObject {
   // Null on failure.
   kyv_stream_t* defineStream(StreamDefinition stream, Failure& failure);
   kyv_stream_t* findStream(const std::string& name, Failure& failure);
+  [[nodiscard]] bool countStreams(std::int32_t& count, Failure& failure);
+  // By place among those that were counted; lives until they are counted again. Null on failure.
+  const char* streamName(std::int32_t index, Failure& failure);
 
  private:
   bool isConnected(Failure& failure) const;
@@ -54,6 +58,7 @@ class Project : public HandleObject {
   std::unique_ptr<EventStore> store_;  // once connected
   OwnedHandles owned_;
   std::map<std::string, kyv_stream_t*> streams_;
+  std::vector<std::string> names_;  // as they were last counted
 };
 
 struct Uri : HandleObject {

@@ -87,11 +87,21 @@ bool Publisher::publish(MessageWriter& writer, Failure& failure) {
 }
 
 bool Publisher::takeDelivery(const std::string& adapter, Failure& failure) {
+  return take(adapter, fences_.contains(adapter) ? Take::IfStillMine : Take::IfFree, failure);
+}
+
+bool Publisher::takeOverDelivery(const std::string& adapter, Failure& failure) {
+  return take(adapter, Take::Anyway, failure);
+}
+
+bool Publisher::take(const std::string& adapter, Take how, Failure& failure) {
   if (!isConnected(failure)) return false;
   if (adapter.empty()) return fail(failure, KYV_ERROR_USAGE, "an adapter needs a name");
   Delivery delivery;
   delivery.adapter = adapter;
-  if (!store_->takeDelivery(adapter, delivery.fence, failure)) return false;
+  if (const auto known = fences_.find(adapter); known != fences_.end()) delivery.fence = known->second;
+  if (!store_->takeDelivery(adapter, how, delivery.fence, failure)) return false;
+  fences_[adapter] = delivery.fence;
   delivery_ = std::move(delivery);
   return true;
 }

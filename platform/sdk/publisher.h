@@ -66,18 +66,21 @@ class Publisher : public HandleObject {
   [[nodiscard]] bool publish(MessageWriter& writer, Failure& failure);
 
   [[nodiscard]] bool takeDelivery(const std::string& adapter, Failure& failure);
+  [[nodiscard]] bool takeOverDelivery(const std::string& adapter, Failure& failure);
   [[nodiscard]] bool readDelivery(std::optional<DeliveryKey>& key, Failure& failure);
   [[nodiscard]] bool setDeliveryKey(const DeliveryKey& key, Failure& failure);
 
  private:
   bool isConnected(Failure& failure) const;
   bool hasDelivery(Failure& failure) const;
+  bool take(const std::string& adapter, Take how, Failure& failure);
 
   const Address address_;
   std::unique_ptr<EventStore> store_;  // while connected
   OwnedHandles owned_;
   std::map<std::string, kyv_message_writer_t*> writers_;  // by stream
-  std::optional<Delivery> delivery_;
+  std::optional<Delivery> delivery_;                      // while connected, once taken
+  std::map<std::string, std::int64_t> fences_;            // by adapter, the last one that was got; also after a close
 };
 
 }  // namespace kyv_internal

@@ -125,6 +125,10 @@ bool hasText(const char* text, const char* what, Failure& failure) {
   return text != nullptr || fail(failure, KYV_ERROR_USAGE, "%s is null", what);
 }
 
+bool isAtRow(const RowReader& row, Failure& failure) {
+  return row.record.has_value() || fail(failure, KYV_ERROR_USAGE, "the reader is not at a row");
+}
+
 std::atomic<bool> started = false;
 
 // What a stream's definition says in C.
@@ -227,6 +231,18 @@ kyv_stream_t* kyv_project_get_stream(kyv_project_t* project, const char* name, k
       project, error, nullptr, [&](Project& held, Failure& failure) -> kyv_stream_t* {
         return hasText(name, "the stream's name", failure) ? held.findStream(name, failure) : nullptr;
       });
+}
+
+std::int32_t kyv_project_get_stream_count(kyv_project_t* project, kyv_error_t* error) {
+  return callOn<Project>(project, error, kFailed, [](Project& held, Failure& failure) {
+    std::int32_t count = 0;
+    return held.countStreams(count, failure) ? count : kFailed;
+  });
+}
+
+const char* kyv_project_get_stream_name(kyv_project_t* project, std::int32_t index, kyv_error_t* error) {
+  return callOn<Project, kyv_project_t, const char*>(
+      project, error, nullptr, [&](Project& held, Failure& failure) { return held.streamName(index, failure); });
 }
 
 std::int32_t kyv_stream_get_id(kyv_stream_t* stream, kyv_error_t* error) {
@@ -363,6 +379,12 @@ std::int32_t kyv_publisher_take_delivery(kyv_publisher_t* publisher, const char*
   });
 }
 
+std::int32_t kyv_publisher_take_over_delivery(kyv_publisher_t* publisher, const char* adapter, kyv_error_t* error) {
+  return doOn<Publisher>(publisher, error, [&](Publisher& held, Failure& failure) {
+    return hasText(adapter, "the adapter's name", failure) && held.takeOverDelivery(adapter, failure);
+  });
+}
+
 std::int32_t kyv_publisher_get_delivery_key(kyv_publisher_t* publisher, std::int64_t* key, std::int64_t* rows_done,
                                             kyv_error_t* error) {
   return callOn<Publisher>(publisher, error, kFailed, [&](Publisher& held, Failure& failure) {
@@ -405,9 +427,22 @@ std::int32_t kyv_subscriber_free(kyv_subscriber_t* subscriber, kyv_error_t* erro
 }
 
 std::int32_t kyv_subscriber_subscribe(kyv_subscriber_t* subscriber, kyv_stream_t* stream, kyv_error_t* error) {
+  return kyv_subscriber_subscribe_from(subscriber, stream, 0, error);
+}
+
+std::int32_t kyv_subscriber_subscribe_from(kyv_subscriber_t* subscriber, kyv_stream_t* stream, std::int64_t after,
+                                           kyv_error_t* error) {
   return doOn<Subscriber>(subscriber, error, [&](Subscriber& held, Failure& failure) {
     const auto target = findStream(stream, failure);
-    return target != nullptr && held.subscribe(*target, failure);
+    return target != nullptr && held.subscribe(*target, after, failure);
+  });
+}
+
+std::int32_t kyv_subscriber_wait(kyv_subscriber_t* subscriber, std::int32_t milliseconds, kyv_error_t* error) {
+  return callOn<Subscriber>(subscriber, error, kFailed, [&](Subscriber& held, Failure& failure) {
+    bool there = false;
+    if (!held.wait(milliseconds, there, failure)) return kFailed;
+    return there ? 1 : 0;
   });
 }
 
@@ -436,13 +471,16 @@ kyv_row_reader_t* kyv_message_reader_next_row(kyv_message_reader_t* reader, kyv_
 const void* kyv_row_reader_get_record(kyv_row_reader_t* row, std::uint32_t* size, kyv_error_t* error) {
   return callOn<RowReader, kyv_row_reader_t, const void*>(
       row, error, nullptr, [&](RowReader& held, Failure& failure) -> const void* {
-        if (!held.record) {
-          fail(failure, KYV_ERROR_USAGE, "the reader is not at a row");
-          return nullptr;
-        }
+        if (!isAtRow(held, failure)) return nullptr;
         if (size != nullptr) *size = static_cast<std::uint32_t>(held.record->bytes().size());
         return held.record->bytes().data();
       });
+}
+
+std::int64_t kyv_row_reader_get_number(kyv_row_reader_t* row, kyv_error_t* error) {
+  return callOn<RowReader, kyv_row_reader_t, std::int64_t>(row, error, kFailed, [](RowReader& held, Failure& failure) {
+    return isAtRow(held, failure) ? held.number : kFailed;
+  });
 }
 
 std::int32_t kyv_row_reader_is_null(kyv_row_reader_t* row, std::int32_t column, kyv_error_t* error) {

@@ -4,9 +4,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
+
+#include "platform/sdk/settings.h"
 
 namespace kyv_internal {
 
@@ -26,8 +27,7 @@ bool isModuleName(const std::string& name) {
   return std::all_of(name.begin(), name.end(), [](char c) { return c >= 'a' && c <= 'z'; });
 }
 
-fs::path modulePath(const std::string& name) {
-  const std::string folder = fromEnvironment("KYV_STORE_MODULES", "");
+fs::path modulePath(const std::string& folder, const std::string& name) {
   return (folder.empty() ? libraryFolder() : fs::path(folder)) / ("libkyv_store_" + name + ".so");
 }
 
@@ -43,19 +43,17 @@ OpenStore findOpenStore(const fs::path& path, Failure& failure) {
 
 }  // namespace
 
-std::string fromEnvironment(const char* variable, const char* otherwise) {
-  const char* const value = secure_getenv(variable);
-  return value != nullptr && *value != '\0' ? value : otherwise;
-}
-
 std::unique_ptr<EventStore> openStore(const ProjectAddress& project, Failure& failure) {
-  const std::string name = fromEnvironment("KYV_STORE", "sqlite");
+  Settings settings;
+  if (!settings.read(failure)) return nullptr;
+  const std::string chosen = settings.get("KYV_STORE");
+  const std::string name = chosen.empty() ? "sqlite" : chosen;
   if (!isModuleName(name)) {
     fail(failure, KYV_ERROR_USAGE, "KYV_STORE is '%s', which is no store's name", name.c_str());
     return nullptr;
   }
-  const OpenStore open = findOpenStore(modulePath(name), failure);
-  return std::unique_ptr<EventStore>(open != nullptr ? open(project, failure) : nullptr);
+  const OpenStore open = findOpenStore(modulePath(settings.get("KYV_STORE_MODULES"), name), failure);
+  return std::unique_ptr<EventStore>(open != nullptr ? open(project, settings, failure) : nullptr);
 }
 
 }  // namespace kyv_internal

@@ -11,11 +11,7 @@
 
 namespace kyv_internal {
 
-// A new store for the project, of the back end that the environment chooses; null on failure.
+// A new store for the project, of the back end that the settings choose; null on failure.
 [[nodiscard]] std::unique_ptr<EventStore> openStore(const ProjectAddress& project, Failure& failure);
-
-// An environment variable's value, or what stands for an empty one and for one that is not there. A process with more
-// rights than its caller takes nothing from the caller's environment.
-std::string fromEnvironment(const char* variable, const char* otherwise);
 
 }  // namespace kyv_internal

@@ -38,6 +38,7 @@ kyv_row_reader_t* MessageReader::next(Failure& failure) {
   if (next_ == chunk_.rows.size()) return nullptr;
   const RowChunk::Row& stored = chunk_.rows[next_++];
   Failure reason;
+  row_->number = stored.number;
   row_->record = StreamRecord::check(*row_->stream, chunk_.record(stored), reason);
   if (row_->record) return handle_;
   fail(failure, KYV_ERROR_STORE, "row %lld of stream '%s' is damaged: %s", static_cast<long long>(stored.number),
@@ -56,22 +57,30 @@ void Subscriber::close() {
   store_.reset();
 }
 
-bool Subscriber::subscribe(const Stream& stream, Failure& failure) {
+bool Subscriber::subscribe(const Stream& stream, std::int64_t after, Failure& failure) {
   if (store_ == nullptr) return fail(failure, KYV_ERROR_USAGE, "the subscriber is not connected");
   if (stream.address != address_) {
     return fail(failure, KYV_ERROR_USAGE, "stream '%s' belongs to another project", stream.definition->name.c_str());
   }
+  if (after < 0) return fail(failure, KYV_ERROR_USAGE, "%lld is no row's number", static_cast<long long>(after));
   event_.clear();
   stream_ = stream.definition;
-  last_ = 0;
+  last_ = after;
   return true;
 }
 
+bool Subscriber::hasStream(Failure& failure) const {
+  return stream_ != nullptr || fail(failure, KYV_ERROR_USAGE, "the subscriber has no stream");
+}
+
+bool Subscriber::wait(std::int32_t milliseconds, bool& there, Failure& failure) {
+  if (!hasStream(failure)) return false;
+  if (milliseconds < 0) return fail(failure, KYV_ERROR_USAGE, "%d milliseconds cannot be waited", milliseconds);
+  return store_->waitForRows(*stream_, last_, milliseconds, there, failure);
+}
+
 kyv_subscriber_event_t* Subscriber::next(Failure& failure) {
-  if (stream_ == nullptr) {
-    fail(failure, KYV_ERROR_USAGE, "the subscriber has no stream");
-    return nullptr;
-  }
+  if (!hasStream(failure)) return nullptr;
   event_.clear();
   RowChunk chunk;
   if (!store_->read(*stream_, last_, chunk, failure)) return nullptr;

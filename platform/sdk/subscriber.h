@@ -23,6 +23,7 @@ struct RowReader : HandleObject {
   [[nodiscard]] bool readLong(std::int32_t column, std::int64_t& out, Failure& failure) const;
 
   StreamPointer stream;
+  std::int64_t number = 0;
   std::optional<StreamRecord> record;
 };
 
@@ -53,15 +54,20 @@ class Subscriber : public HandleObject {
 
   [[nodiscard]] bool connect(Failure& failure);
   void close();
-  [[nodiscard]] bool subscribe(const Stream& stream, Failure& failure);
+  // Begins behind a row number.
+  [[nodiscard]] bool subscribe(const Stream& stream, std::int64_t after, Failure& failure);
+  // Tells whether there are rows that were not given yet, for which it waits.
+  [[nodiscard]] bool wait(std::int32_t milliseconds, bool& there, Failure& failure);
   // Null on failure.
   kyv_subscriber_event_t* next(Failure& failure);
 
  private:
+  bool hasStream(Failure& failure) const;
+
   const Address address_;
   std::unique_ptr<EventStore> store_;  // while connected
   StreamPointer stream_;               // once subscribed
-  std::int64_t last_ = 0;              // number of the last row that was given
+  std::int64_t last_ = 0;              // number of the last row that was given, or that is not wanted
   OwnedHandles event_;
 };
 

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -68,6 +69,21 @@ std::string publish(EventStore& store, const StreamDefinition& stream, const Cha
   return failure.message;
 }
 
+pid_t inProcess(const std::function<void()>& body) {
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  return child;
+}
+
+int statusOf(pid_t child) {
+  int status = -1;
+  waitpid(child, &status, 0);
+  return status;
+}
+
 Changes appended(const std::vector<std::string>& records) {
   Changes changes;
   for (const std::string& record : records) changes.push_back({RowChange::Append, "", record});
@@ -98,8 +114,16 @@ std::vector<std::string> allRows(EventStore& store, const StreamDefinition& stre
 Delivery taken(EventStore& store, const std::string& adapter) {
   Delivery delivery{adapter, 0, {}};
   Failure failure;
-  EXPECT_TRUE(store.takeDelivery(adapter, delivery.fence, failure)) << failure.message;
+  EXPECT_TRUE(store.takeDelivery(adapter, Take::IfFree, delivery.fence, failure)) << failure.message;
   return delivery;
+}
+
+// The code of what taking the delivery failed of; KYV_ERROR_NONE when it is taken, and the fence that of the taker.
+std::int32_t take(EventStore& store, const std::string& adapter, Take how, std::int64_t& fence) {
+  Failure failure;
+  const bool done = store.takeDelivery(adapter, how, fence, failure);
+  EXPECT_EQ(done, failure.code == KYV_ERROR_NONE) << failure.message;
+  return failure.code;
 }
 
 std::optional<DeliveryKey> storedKey(EventStore& store, const std::string& adapter) {
@@ -239,7 +263,8 @@ TEST_P(EventStoreTest, KeepsAKeyPerAdapterAndLetsTheLastTakerWrite) {
   EXPECT_EQ(publish(*store, kLog, {}, &first), "");
   EXPECT_EQ(publish(*store, kLog, appended({"1"}), &other), "");
 
-  Delivery replacement = taken(*second, "a");
+  Delivery replacement{"a", 0, {}};
+  EXPECT_EQ(take(*second, "a", Take::Anyway, replacement.fence), KYV_ERROR_NONE);
   EXPECT_GT(replacement.fence, first.fence);
   EXPECT_EQ(storedKey(*second, "a"), (DeliveryKey{kLowest, 0})) << "taking over changes no key";
   Failure failure;
@@ -249,13 +274,70 @@ TEST_P(EventStoreTest, KeepsAKeyPerAdapterAndLetsTheLastTakerWrite) {
     const PublishedRow row{RowChange::Append, "", "late"};
     EXPECT_FALSE(store->publish(kLog, {&row, 1}, &first, failure));
     EXPECT_EQ(failure.code, KYV_ERROR_REPLACED);
-    EXPECT_EQ(failure.message, "another process has taken over the delivery of adapter 'a'");
+    EXPECT_EQ(failure.message, "another publisher has taken over the delivery of adapter 'a'");
   }
   replacement.key = DeliveryKey{6, 0};
   EXPECT_EQ(publish(*second, kLog, appended({"2"}), &replacement), "");
   EXPECT_EQ(storedKey(*store, "a"), (DeliveryKey{6, 0}));
   EXPECT_EQ(storedKey(*store, "b'\xC3\xA4"), (DeliveryKey{0, 7}));
   EXPECT_EQ(allRows(*store, kLog), (std::vector<std::string>{"1", "2"}));
+}
+
+TEST_P(EventStoreTest, OneStoreHoldsADeliveryAtATime) {
+  auto first = openWith(kLog);
+  const auto second = open();
+  std::int64_t fence = taken(*first, "a").fence;
+  std::int64_t other = 0;
+  EXPECT_EQ(take(*second, "a", Take::IfFree, other), KYV_ERROR_HELD);
+  EXPECT_EQ(take(*first, "a", Take::IfStillMine, fence), KYV_ERROR_NONE) << "its own";
+  EXPECT_EQ(take(*second, "a", Take::IfFree, other), KYV_ERROR_HELD);
+  taken(*first, "b");
+  EXPECT_EQ(take(*second, "a", Take::IfFree, other), KYV_ERROR_NONE) << "one delivery a store";
+  EXPECT_GT(other, fence);
+  EXPECT_EQ(take(*first, "a", Take::IfStillMine, fence), KYV_ERROR_REPLACED);
+  EXPECT_EQ(take(*first, "a", Take::Anyway, fence), KYV_ERROR_NONE);
+  EXPECT_GT(fence, other);
+
+  const auto third = open();
+  EXPECT_EQ(take(*third, "a", Take::IfFree, other), KYV_ERROR_HELD);
+  first.reset();
+  EXPECT_EQ(take(*third, "a", Take::IfStillMine, fence), KYV_ERROR_NONE) << "of a connection that was lost";
+  EXPECT_EQ(take(*second, "a", Take::IfFree, other), KYV_ERROR_HELD) << "the one that was replaced too";
+}
+
+TEST_P(EventStoreTest, ListsStreamsInTheOrderOfTheirNames) {
+  const auto store = open();
+  std::vector<std::string> names{"x"};
+  Failure failure;
+  EXPECT_TRUE(store->listStreams(names, failure)) << failure.message;
+  EXPECT_TRUE(names.empty());
+  StreamDefinition stream = kLog;
+  for (const char* const name : {"b", "\xC3\xA4", "B", "a_", "a b", "aB"}) {
+    stream.name = name;
+    EXPECT_TRUE(store->defineStream(stream, failure)) << failure.message;
+  }
+  EXPECT_TRUE(store->listStreams(names, failure)) << failure.message;
+  EXPECT_EQ(names, (std::vector<std::string>{"B", "a b", "aB", "a_", "b", "\xC3\xA4"}));
+}
+
+TEST_P(EventStoreTest, WaitsForRowsUntilTheyComeOrTheTimeIsOver) {
+  const auto store = openWith(kLog);
+  Failure failure;
+  bool there = true;
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_TRUE(store->waitForRows(kLog, 0, 60, there, failure)) << failure.message;
+  EXPECT_FALSE(there);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(60));
+  const pid_t child = inProcess([&] { EXPECT_EQ(publish(*open(), kLog, appended({"a"})), ""); });
+  EXPECT_TRUE(store->waitForRows(kLog, 0, 30000, there, failure)) << failure.message;
+  EXPECT_TRUE(there);
+  EXPECT_EQ(statusOf(child), 0);
+  std::int64_t number = 0;
+  EXPECT_EQ(rowsBehind(*store, kLog, number), std::vector<std::string>{"a"});
+  EXPECT_TRUE(store->waitForRows(kLog, number, 0, there, failure)) << failure.message;
+  EXPECT_FALSE(there);
+  EXPECT_FALSE(store->waitForRows(kTable, 0, 0, there, failure));
+  EXPECT_EQ(failure.code, KYV_ERROR_MISSING);
 }
 
 TEST_P(EventStoreTest, RefusesAStreamThatIsNotThere) {
@@ -267,24 +349,6 @@ TEST_P(EventStoreTest, RefusesAStreamThatIsNotThere) {
   EXPECT_FALSE(store->read(stream, 0, chunk, failure));
   EXPECT_EQ(failure.message, "the project has no stream 'Log' of this definition");
   EXPECT_EQ(publish(*store, kTable, {}), "the project has no stream 'Trades' of this definition");
-}
-
-// --- Several processes
-// ------------------------------------------------------------------------------------------------
-
-pid_t inProcess(const std::function<void()>& body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  return child;
-}
-
-int statusOf(pid_t child) {
-  int status = -1;
-  waitpid(child, &status, 0);
-  return status;
 }
 
 // The first of them makes the project.
@@ -334,6 +398,26 @@ TEST_P(EventStoreTest, AKilledWriterLeavesRowsAndKeyThatAgreeAndAllThatItAcknowl
   EXPECT_GE(key->key, acknowledged);
   EXPECT_LE(key->key, acknowledged + 1);
   EXPECT_EQ(allRows(*store, kLog).size(), static_cast<std::size_t>(2 * key->key));
+}
+
+TEST_P(EventStoreTest, AHolderThatDiesLetsItsDeliveryGo) {
+  int pipeEnds[2];
+  ASSERT_EQ(pipe(pipeEnds), 0);
+  const pid_t child = inProcess([&] {
+    const auto store = openWith(kLog);
+    const std::int64_t fence = taken(*store, "adapter").fence;
+    if (write(pipeEnds[1], &fence, sizeof fence) == sizeof fence) pause();
+  });
+  std::int64_t fence = 0;
+  ASSERT_EQ(read(pipeEnds[0], &fence, sizeof fence), static_cast<ssize_t>(sizeof fence));
+  const auto store = openWith(kLog);
+  std::int64_t mine = 0;
+  EXPECT_EQ(take(*store, "adapter", Take::IfFree, mine), KYV_ERROR_HELD);
+  kill(child, SIGKILL);
+  statusOf(child);
+  EXPECT_EQ(take(*store, "adapter", Take::IfFree, mine), KYV_ERROR_NONE);
+  EXPECT_GT(mine, fence);
+  for (const int end : pipeEnds) close(end);
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, EventStoreTest, testing::Values("sqlite"),

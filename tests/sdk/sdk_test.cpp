@@ -156,7 +156,7 @@ TEST_F(SdkTest, RowsAreCheckedValueByValue) {
   EXPECT_EQ(kyv_publisher_free(publisher, error_), 0);
 }
 
-TEST_F(SdkTest, ADeliveryBelongsToTheLastTaker) {
+TEST_F(SdkTest, ADeliveryIsHeldByOneUntilItIsTakenOver) {
   kyv_publisher_t* const first = connectedPublisher();
   kyv_publisher_t* const second = connectedPublisher();
   std::int64_t key = 9;
@@ -169,15 +169,90 @@ TEST_F(SdkTest, ADeliveryBelongsToTheLastTaker) {
   EXPECT_EQ(kyv_publisher_set_delivery_key(first, 41, 2, error_), 0);
   EXPECT_EQ(put(first, 1, 1), 0) << message();
   EXPECT_EQ(put(first, 2, 2), 0) << "a key is stored once";
-  EXPECT_EQ(kyv_publisher_take_delivery(second, "loader", error_), 0);
+  EXPECT_LT(kyv_publisher_take_delivery(second, "loader", error_), 0);
+  EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_HELD);
+  EXPECT_EQ(message(), "another publisher holds the delivery of adapter 'loader'");
+  EXPECT_EQ(kyv_publisher_take_over_delivery(second, "loader", error_), 0) << message();
   EXPECT_EQ(kyv_publisher_get_delivery_key(second, &key, &rows, error_), 1);
   EXPECT_EQ(key, 41);
   EXPECT_EQ(rows, 2);
   EXPECT_LT(put(first, 3, 3), 0);
   EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_REPLACED);
+  EXPECT_LT(kyv_publisher_take_delivery(first, "loader", error_), 0);
+  EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_REPLACED);
   EXPECT_EQ(put(second, 3, 3), 0);
   kyv_publisher_free(first, error_);
   kyv_publisher_free(second, error_);
+}
+
+TEST_F(SdkTest, AClosedPublisherGetsItsDeliveryBackUnlessAnotherTookIt) {
+  kyv_publisher_t* const first = connectedPublisher();
+  kyv_publisher_t* const second = connectedPublisher();
+  const auto reconnect = [&] {
+    EXPECT_EQ(kyv_publisher_close(first, error_), 0);
+    EXPECT_EQ(kyv_publisher_connect(first, error_), 0);
+  };
+  EXPECT_EQ(kyv_publisher_take_delivery(first, "loader", error_), 0);
+  EXPECT_EQ(kyv_publisher_take_delivery(first, "loader", error_), 0) << "again: " << message();
+  reconnect();
+  EXPECT_LT(kyv_publisher_set_delivery_key(first, 1, 1, error_), 0) << "it was let go";
+  EXPECT_EQ(kyv_publisher_take_delivery(first, "loader", error_), 0) << message();
+  EXPECT_EQ(kyv_publisher_take_delivery(first, "other", error_), 0) << message();
+  EXPECT_EQ(kyv_publisher_take_delivery(second, "loader", error_), 0) << "one at a time: " << message();
+  reconnect();
+  EXPECT_LT(kyv_publisher_take_delivery(first, "loader", error_), 0);
+  EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_REPLACED);
+  EXPECT_EQ(kyv_publisher_free(second, error_), 0);
+  EXPECT_LT(kyv_publisher_take_delivery(first, "loader", error_), 0);
+  EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_REPLACED) << "also when that one has gone";
+  EXPECT_EQ(kyv_publisher_take_over_delivery(first, "loader", error_), 0) << message();
+  EXPECT_EQ(kyv_publisher_free(first, error_), 0);
+}
+
+TEST_F(SdkTest, ListsItsStreams) {
+  EXPECT_EQ(kyv_project_get_stream_count(project_, error_), 1);
+  EXPECT_NE(define("Another", {2}, {}), nullptr);
+  EXPECT_NE(define("Z", {2}, {}), nullptr);
+  EXPECT_EQ(kyv_project_get_stream_name(project_, 1, error_), nullptr);
+  EXPECT_EQ(message(), "of the project's streams 1 were counted, none is at 1");
+  EXPECT_EQ(kyv_project_get_stream_count(project_, error_), 3);
+  for (const auto& [index, name] : {std::pair{0, "Another"}, {1, "Keys"}, {2, "Z"}}) {
+    EXPECT_STREQ(kyv_project_get_stream_name(project_, index, error_), name);
+  }
+  EXPECT_EQ(kyv_project_get_stream_name(project_, -1, error_), nullptr);
+}
+
+TEST_F(SdkTest, SubscribersBeginBehindANumberAndWaitForMore) {
+  kyv_publisher_t* const publisher = connectedPublisher();
+  kyv_subscriber_t* const subscriber = kyv_project_create_subscriber(project_, nullptr, error_);
+  for (std::int32_t key = 1; key <= 3; ++key) EXPECT_EQ(put(publisher, 10 * key, key), 0) << message();
+  EXPECT_LT(kyv_subscriber_wait(subscriber, 0, error_), 0);
+  EXPECT_EQ(message(), "the subscriber has no stream");
+  EXPECT_EQ(kyv_subscriber_connect(subscriber, error_), 0);
+  EXPECT_EQ(kyv_subscriber_subscribe(subscriber, stream_, error_), 0);
+  kyv_subscriber_event_t* const event = kyv_subscriber_get_next_event(subscriber, error_);
+  kyv_message_reader_t* const reader = kyv_subscriber_event_get_reader(event, error_);
+  kyv_row_reader_t* const row = kyv_message_reader_next_row(reader, error_);
+  const std::int64_t first = kyv_row_reader_get_number(row, error_);
+  EXPECT_GT(first, 0);
+  EXPECT_NE(kyv_message_reader_next_row(reader, error_), nullptr);
+  const std::int64_t second = kyv_row_reader_get_number(row, error_);
+  EXPECT_GT(second, first);
+  while (kyv_message_reader_next_row(reader, error_) != nullptr) {
+  }
+  EXPECT_LT(kyv_row_reader_get_number(row, error_), 0);
+  EXPECT_EQ(message(), "the reader is not at a row");
+
+  EXPECT_EQ(kyv_subscriber_subscribe_from(subscriber, stream_, second, error_), 0);
+  EXPECT_EQ(kyv_subscriber_wait(subscriber, 0, error_), 1);
+  EXPECT_EQ(values(subscriber), (std::vector<std::int64_t>{30}));
+  EXPECT_EQ(kyv_subscriber_wait(subscriber, 30, error_), 0);
+  EXPECT_EQ(message(), "");
+  EXPECT_LT(kyv_subscriber_wait(subscriber, -1, error_), 0);
+  EXPECT_LT(kyv_subscriber_subscribe_from(subscriber, stream_, -1, error_), 0);
+  EXPECT_EQ(message(), "-1 is no row's number");
+  EXPECT_EQ(kyv_publisher_free(publisher, error_), 0);
+  EXPECT_EQ(kyv_subscriber_free(subscriber, error_), 0);
 }
 
 TEST_F(SdkTest, SeveralThreadsPublishAndReadAtOnce) {

@@ -23,10 +23,11 @@ class StoreFolder {
     std::string name = std::filesystem::temp_directory_path() / "kyv_store_XXXXXX";
     folder_ = mkdtemp(name.data());
     setenv("KYV_STORE_DIR", folder_.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", folder_.c_str(), 1);
   }
   ~StoreFolder() {
     std::filesystem::remove_all(folder_);
-    for (const char* name : {"KYV_STORE", "KYV_STORE_MODULES", "KYV_STORE_DIR"}) unsetenv(name);
+    for (const char* name : {"KYV_STORE", "KYV_STORE_MODULES", "KYV_STORE_DIR", "XDG_CONFIG_HOME"}) unsetenv(name);
   }
   StoreFolder(const StoreFolder&) = delete;
   StoreFolder& operator=(const StoreFolder&) = delete;

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <thread>
@@ -23,29 +22,24 @@ constexpr int kBusySeconds = 10;  // how long to wait for another process
 constexpr std::chrono::milliseconds kRetryAfter{5};
 
 constexpr long long kApplicationId = 0x6B797631;  // "kyv1"
-constexpr long long kVersion = 1;
+constexpr long long kVersion = 2;
 
 constexpr const char* kTables = R"(
   PRAGMA application_id = 1803122225;
-  PRAGMA user_version = 1;
+  PRAGMA user_version = 2;
   CREATE TABLE stream (number INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE, id INTEGER NOT NULL,
                        last_row INTEGER NOT NULL);
   CREATE TABLE stream_column (stream INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,
                               type INTEGER NOT NULL, key_position INTEGER, PRIMARY KEY (stream, position)) WITHOUT ROWID;
-  CREATE TABLE delivery (adapter TEXT PRIMARY KEY, fence INTEGER NOT NULL, key INTEGER, rows_done INTEGER) WITHOUT ROWID;
+  CREATE TABLE delivery (number INTEGER PRIMARY KEY, adapter TEXT NOT NULL UNIQUE, fence INTEGER NOT NULL, key INTEGER,
+                         rows_done INTEGER);
 )";
-static_assert(kApplicationId == 1803122225 && kVersion == 1, "as the tables say");
+static_assert(kApplicationId == 1803122225 && kVersion == 2, "as the tables say");
 
-// An environment variable, unless it is empty; not for a process with more rights than its caller.
-std::string variable(const char* name) {
-  const char* const value = secure_getenv(name);
-  return value != nullptr ? value : "";
-}
-
-fs::path storeFolder() {
-  if (const std::string given = variable("KYV_STORE_DIR"); !given.empty()) return given;
-  if (const std::string data = variable("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / "kyv";
-  if (const std::string home = variable("HOME"); !home.empty()) return fs::path(home) / ".local/share/kyv";
+fs::path storeFolder(const Settings& settings) {
+  if (const std::string given = settings.get("KYV_STORE_DIR"); !given.empty()) return given;
+  if (const std::string data = fromEnvironment("XDG_DATA_HOME"); !data.empty()) return fs::path(data) / "kyv";
+  if (const std::string home = fromEnvironment("HOME"); !home.empty()) return fs::path(home) / ".local/share/kyv";
   return {};
 }
 
@@ -75,8 +69,8 @@ bool makeFolders(const fs::path& folder, Failure& failure) {
 
 }  // namespace
 
-bool ProjectFile::open(const ProjectAddress& project, Failure& failure) {
-  const fs::path folder = storeFolder();
+bool ProjectFile::open(const ProjectAddress& project, const Settings& settings, Failure& failure) {
+  const fs::path folder = storeFolder(settings);
   if (folder.empty()) {
     return fail(failure, KYV_ERROR_STORE, "there is no place for projects: set KYV_STORE_DIR to a folder");
   }
@@ -84,7 +78,10 @@ bool ProjectFile::open(const ProjectAddress& project, Failure& failure) {
   const fs::path path =
       fs::absolute(folder, error) / project.workspace / (project.path + "." + project.number + ".kyv");
   path_ = path.string();
-  if (!makeFolders(path.parent_path(), failure) || !connect(failure)) return false;
+  if (!makeFolders(path.parent_path(), failure) || !connect(failure) ||
+      !chooseSync(settings.get("KYV_STORE_SYNC"), failure)) {
+    return false;
+  }
   const Kind found = kind();
   if (found == Kind::Empty) return create(failure);
   return accept(found, failure);
@@ -97,11 +94,10 @@ bool ProjectFile::connect(Failure& failure) {
   connection_.reset(connection);
   if (result != SQLITE_OK) return fails(failure);
   sqlite3_busy_timeout(connection, kBusySeconds * 1000);
-  return chooseSync(failure);
+  return true;
 }
 
-bool ProjectFile::chooseSync(Failure& failure) {
-  const std::string sync = variable("KYV_STORE_SYNC");
+bool ProjectFile::chooseSync(const std::string& sync, Failure& failure) {
   if (!sync.empty() && sync != "full" && sync != "normal") {
     return fail(failure, KYV_ERROR_USAGE, "KYV_STORE_SYNC is '%s', not full or normal", sync.c_str());
   }

@@ -14,14 +14,16 @@
 
 #include "platform/sdk/failure.h"
 #include "platform/sdk/project_uri.h"
+#include "platform/sdk/settings.h"
 
 namespace kyv_internal {
 
 class ProjectFile {
  public:
   // Opens the project's file, and makes it when it is not there. A file that is none of ours stays as it is.
-  [[nodiscard]] bool open(const ProjectAddress& project, Failure& failure);
+  [[nodiscard]] bool open(const ProjectAddress& project, const Settings& settings, Failure& failure);
 
+  const std::string& path() const { return path_; }
   sqlite3* connection() const { return connection_.get(); }
   // Runs statements that give no rows.
   [[nodiscard]] bool run(const char* sql);
@@ -35,7 +37,7 @@ class ProjectFile {
   enum class Kind { Ours, Empty, Foreign, Newer, Unreadable };
 
   bool connect(Failure& failure);
-  bool chooseSync(Failure& failure);
+  bool chooseSync(const std::string& sync, Failure& failure);
   bool number(const char* pragma, long long& out);
   Kind kind();
   bool accept(Kind found, Failure& failure) const;

@@ -6,13 +6,18 @@
 //   delivery        per adapter the last fence, and the key that was stored last
 
 #include <algorithm>
+#include <chrono>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "kyv/export.h"
 #include "platform/sdk/event_store.h"
+#include "platform/sdk/refusals.h"
+#include "platform/sdk/sqlite/delivery_hold.h"
 #include "platform/sdk/sqlite/project_file.h"
 #include "platform/sdk/sqlite/statement.h"
 
@@ -22,6 +27,9 @@ namespace {
 
 constexpr std::size_t kChunkBytes = std::size_t{1} << 20;
 constexpr std::size_t kChunkRows = 4096;
+
+// Which rows a reader gets who has those up to a number.
+constexpr std::string_view kBehind = " WHERE number > ?1 AND (gone = 0 OR ?1 > 0)";
 
 using Step = Statement::Step;
 
@@ -56,18 +64,30 @@ struct RowTable {
   Statement put;
   Statement find;
   Statement read;
+  Statement look;
+};
+
+// An adapter's number, and a fence of its delivery.
+struct TakenDelivery {
+  std::int64_t adapter = 0;
+  std::int64_t fence = 0;
 };
 
 class SqliteStore : public EventStore {
  public:
-  [[nodiscard]] bool open(const ProjectAddress& project, Failure& failure) { return file_.open(project, failure); }
+  [[nodiscard]] bool open(const ProjectAddress& project, const Settings& settings, Failure& failure) {
+    return file_.open(project, settings, failure);
+  }
 
   bool defineStream(const StreamDefinition& stream, Failure& failure) override;
+  bool listStreams(std::vector<std::string>& names, Failure& failure) override;
   bool findStream(const std::string& name, StreamDefinition& stream, Failure& failure) override;
   bool publish(const StreamDefinition& stream, std::span<const PublishedRow> rows, const Delivery* delivery,
                Failure& failure) override;
   bool read(const StreamDefinition& stream, std::int64_t after, RowChunk& chunk, Failure& failure) override;
-  bool takeDelivery(const std::string& adapter, std::int64_t& fence, Failure& failure) override;
+  bool waitForRows(const StreamDefinition& stream, std::int64_t after, std::int32_t milliseconds, bool& there,
+                   Failure& failure) override;
+  bool takeDelivery(const std::string& adapter, Take how, std::int64_t& fence, Failure& failure) override;
   bool readDelivery(const std::string& adapter, std::optional<DeliveryKey>& key, Failure& failure) override;
 
  private:
@@ -83,6 +103,10 @@ class SqliteStore : public EventStore {
   bool insertColumns(std::int64_t number, const StreamDefinition& stream);
   // Null on failure.
   RowTable* tableOf(const StreamDefinition& stream, Failure& failure);
+  bool isThere(RowTable& table, std::int64_t after, bool& there, Failure& failure);
+  bool findDelivery(const std::string& adapter, TakenDelivery& delivery, Failure& failure);
+  bool mayTake(const TakenDelivery& stored, const std::string& adapter, Take how, std::int64_t fence, Failure& failure);
+  bool setFence(const TakenDelivery& delivery);
   bool checkFence(const Delivery& delivery, Failure& failure);
   bool storeKey(const Delivery& delivery);
   bool lastRow(std::int64_t stream, std::int64_t& number, Failure& failure);
@@ -93,6 +117,8 @@ class SqliteStore : public EventStore {
 
   ProjectFile file_;
   std::map<std::string, RowTable> tables_;  // by stream
+  DeliveryHold hold_;
+  std::optional<TakenDelivery> taken_;
 };
 
 // --- Streams
@@ -133,11 +159,20 @@ bool SqliteStore::readColumns(std::int64_t number, StreamDefinition& stream, Fai
   return true;
 }
 
+bool SqliteStore::listStreams(std::vector<std::string>& names, Failure& failure) {
+  Statement select;
+  names.clear();
+  if (!select.prepare(file_.connection(), "SELECT name FROM stream ORDER BY name")) return file_.fails(failure);
+  Step step = select.step();
+  for (; step == Step::Row; step = select.step()) names.emplace_back(select.bytes(0));
+  return step == Step::Done || file_.fails(failure);
+}
+
 bool SqliteStore::findStream(const std::string& name, StreamDefinition& stream, Failure& failure) {
   std::optional<StreamDefinition> found;
   std::int64_t number = 0;
   if (!readStream(name, found, number, failure)) return false;
-  if (!found) return fail(failure, KYV_ERROR_MISSING, "the project has no stream '%s'", name.c_str());
+  if (!found) return refuseMissingStream(name, failure);
   stream = *std::move(found);
   return true;
 }
@@ -149,8 +184,7 @@ bool SqliteStore::defineStream(const StreamDefinition& stream, Failure& failure)
   std::int64_t number = 0;
   if (!readStream(stream.name, found, number, failure)) return false;
   if (found) {
-    return *found == stream ||
-           fail(failure, KYV_ERROR_REFUSED, "stream '%s' is there with another definition", stream.name.c_str());
+    return *found == stream || refuseOtherDefinition(stream.name, failure);
   }
   return insertStream(stream, failure) && (transaction.commit() || file_.fails(failure));
 }
@@ -194,7 +228,7 @@ RowTable* SqliteStore::tableOf(const StreamDefinition& stream, Failure& failure)
   RowTable table;
   if (!readStream(stream.name, found, table.number, failure)) return nullptr;
   if (!found || *found != stream) {
-    fail(failure, KYV_ERROR_MISSING, "the project has no stream '%s' of this definition", stream.name.c_str());
+    refuseChangedStream(stream.name, failure);
     return nullptr;
   }
   return &tables_.emplace(stream.name, std::move(table)).first->second;
@@ -242,12 +276,10 @@ bool SqliteStore::putRows(const StreamDefinition& stream, RowTable& table, std::
     if (found == Presence::Failed) return file_.fails(failure);
     if (found == Presence::Absent && rows[i].change == RowChange::DeleteIfThere) continue;
     if (found == Presence::Absent && rows[i].change != RowChange::Insert) {
-      return fail(failure, KYV_ERROR_REFUSED, "row %zu of %zu: stream '%s' has no row with this key", i + 1,
-                  rows.size(), stream.name.c_str());
+      return refuseMissingKey({i, rows.size()}, stream.name, failure);
     }
     if (found == Presence::There && rows[i].change == RowChange::Insert) {
-      return fail(failure, KYV_ERROR_REFUSED, "row %zu of %zu: stream '%s' already has a row with this key", i + 1,
-                  rows.size(), stream.name.c_str());
+      return refuseKnownKey({i, rows.size()}, stream.name, failure);
     }
     if (!putRow(table, rows[i], ++number)) return file_.fails(failure);
   }
@@ -284,8 +316,8 @@ bool SqliteStore::read(const StreamDefinition& stream, std::int64_t after, RowCh
   chunk.rows.clear();
   RowTable* const table = tableOf(stream, failure);
   if (table == nullptr) return false;
-  if (!prepared(table->read, "SELECT number, record FROM rows_" + std::to_string(table->number) +
-                                 " WHERE number > ?1 AND (gone = 0 OR ?1 > 0) ORDER BY number")) {
+  if (!prepared(table->read, "SELECT number, record FROM rows_" + std::to_string(table->number) + std::string(kBehind) +
+                                 " ORDER BY number")) {
     return file_.fails(failure);
   }
   table->read.bind(1, after);
@@ -302,19 +334,97 @@ bool SqliteStore::read(const StreamDefinition& stream, std::int64_t after, RowCh
   return done;
 }
 
+bool SqliteStore::isThere(RowTable& table, std::int64_t after, bool& there, Failure& failure) {
+  if (!prepared(table.look, "SELECT 1 FROM rows_" + std::to_string(table.number) + std::string(kBehind) + " LIMIT 1")) {
+    return file_.fails(failure);
+  }
+  const Step found = table.look.bind(1, after).step();
+  there = found == Step::Row;
+  const bool done = found != Step::Failed || file_.fails(failure);
+  table.look.reset();
+  return done;
+}
+
+// Nobody tells a process that another one has committed: it looks again and again.
+bool SqliteStore::waitForRows(const StreamDefinition& stream, std::int64_t after, std::int32_t milliseconds,
+                              bool& there, Failure& failure) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::nanoseconds kFirstPause = std::chrono::microseconds(500);
+  constexpr std::chrono::nanoseconds kLongestPause = std::chrono::milliseconds(20);
+  RowTable* const table = tableOf(stream, failure);
+  if (table == nullptr) return false;
+  const auto until = Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (auto pause = kFirstPause;; pause = std::min(2 * pause, kLongestPause)) {
+    if (!isThere(*table, after, there, failure)) return false;
+    const std::chrono::nanoseconds left = until - Clock::now();
+    if (there || left.count() <= 0) return true;
+    std::this_thread::sleep_for(std::min(pause, left));
+  }
+}
+
 // --- Delivery
 // ---------------------------------------------------------------------------------------------------------
 
-bool SqliteStore::takeDelivery(const std::string& adapter, std::int64_t& fence, Failure& failure) {
-  Statement take;
-  constexpr const char* kTake =
-      "INSERT INTO delivery (adapter, fence) VALUES (?1, 1) "
-      "ON CONFLICT (adapter) DO UPDATE SET fence = fence + 1 RETURNING fence";
-  if (!take.prepare(file_.connection(), kTake) || take.bindText(1, adapter).step() != Step::Row) {
+// In one transaction, so that of several takers the later ones see the fence, and the hold, of the first. The hold of a
+// fence that in the end was not stored is let go.
+bool SqliteStore::takeDelivery(const std::string& adapter, Take how, std::int64_t& fence, Failure& failure) {
+  if (!hold_.open(file_.path(), failure)) return false;
+  Transaction transaction(file_);
+  if (!transaction.isOpen()) return file_.fails(failure);
+  TakenDelivery delivery;
+  if (!findDelivery(adapter, delivery, failure) || !mayTake(delivery, adapter, how, fence, failure)) return false;
+  ++delivery.fence;
+  if (!setFence(delivery)) return file_.fails(failure);
+  if (!hold_.hold(delivery.adapter, delivery.fence, failure)) return false;
+  if (!transaction.commit()) {
+    file_.fails(failure);
+    hold_.letGo(delivery.adapter, delivery.fence);
+    return false;
+  }
+  if (taken_) hold_.letGo(taken_->adapter, taken_->fence);
+  taken_ = delivery;
+  fence = delivery.fence;
+  return true;
+}
+
+// The adapter's number and last fence; makes its row when it has none.
+bool SqliteStore::findDelivery(const std::string& adapter, TakenDelivery& delivery, Failure& failure) {
+  Statement insert;
+  Statement select;
+  constexpr const char* kInsert = "INSERT INTO delivery (adapter, fence) VALUES (?1, 0) ON CONFLICT DO NOTHING";
+  if (!insert.prepare(file_.connection(), kInsert) || !insert.bindText(1, adapter).run() ||
+      !select.prepare(file_.connection(), "SELECT number, fence FROM delivery WHERE adapter = ?1") ||
+      select.bindText(1, adapter).step() != Step::Row) {
     return file_.fails(failure);
   }
-  fence = take.number(0);
-  return take.step() == Step::Done || file_.fails(failure);
+  delivery = {select.number(0), select.number(1)};
+  constexpr std::int64_t kMostAdapters = std::numeric_limits<std::int32_t>::max();
+  if (delivery.adapter > 0 && delivery.adapter <= kMostAdapters && delivery.fence >= 0 &&
+      delivery.fence < std::numeric_limits<std::int64_t>::max()) {
+    return true;
+  }
+  return fail(failure, KYV_ERROR_STORE, "what is stored of the delivery of adapter '%s' is damaged", adapter.c_str());
+}
+
+bool SqliteStore::mayTake(const TakenDelivery& stored, const std::string& adapter, Take how, std::int64_t fence,
+                          Failure& failure) {
+  bool held = false;
+  switch (how) {
+    case Take::IfFree:
+      if (!hold_.isHeldByOther(stored.adapter, stored.fence, held, failure)) return false;
+      return !held || refuseHeldDelivery(adapter, failure);
+    case Take::IfStillMine:
+      return stored.fence == fence || refuseReplacedDelivery(adapter, failure);
+    case Take::Anyway:
+      break;
+  }
+  return true;
+}
+
+bool SqliteStore::setFence(const TakenDelivery& delivery) {
+  Statement update;
+  return update.prepare(file_.connection(), "UPDATE delivery SET fence = ?2 WHERE number = ?1") &&
+         update.bind(1, delivery.adapter).bind(2, delivery.fence).run();
 }
 
 bool SqliteStore::checkFence(const Delivery& delivery, Failure& failure) {
@@ -323,8 +433,7 @@ bool SqliteStore::checkFence(const Delivery& delivery, Failure& failure) {
   const Step found = select.bindText(1, delivery.adapter).step();
   if (found == Step::Failed) return file_.fails(failure);
   return (found == Step::Row && select.number(0) == delivery.fence) ||
-         fail(failure, KYV_ERROR_REPLACED, "another process has taken over the delivery of adapter '%s'",
-              delivery.adapter.c_str());
+         refuseReplacedDelivery(delivery.adapter, failure);
 }
 
 bool SqliteStore::storeKey(const Delivery& delivery) {
@@ -347,9 +456,10 @@ bool SqliteStore::readDelivery(const std::string& adapter, std::optional<Deliver
 
 }  // namespace
 
-extern "C" KYV_EXPORT EventStore* kyv_open_event_store_1(const ProjectAddress& project, Failure& failure) {
+extern "C" KYV_EXPORT EventStore* kyv_open_event_store_2(const ProjectAddress& project, const Settings& settings,
+                                                         Failure& failure) {
   auto store = std::make_unique<SqliteStore>();
-  return store->open(project, failure) ? store.release() : nullptr;
+  return store->open(project, settings, failure) ? store.release() : nullptr;
 }
 
 }  // namespace kyv_internal

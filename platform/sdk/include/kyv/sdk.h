@@ -47,7 +47,8 @@ enum {
   KYV_ERROR_MISSING = 2,  /* what was named is not there */
   KYV_ERROR_REFUSED = 3,  /* rows, or a definition, that the stream cannot take; they never will do */
   KYV_ERROR_REPLACED = 4, /* another took over the delivery under this adapter's name: stop */
-  KYV_ERROR_STORE = 5     /* the store failed, or memory was exhausted; what was not acknowledged may be there or not */
+  KYV_ERROR_STORE = 5,    /* the store failed, or memory was exhausted; what was not acknowledged may be there or not */
+  KYV_ERROR_HELD = 6      /* another live publisher has the delivery under this adapter's name */
 };
 
 /* A new error object, for kyv_error_free; null when memory is exhausted. */
@@ -86,6 +87,11 @@ KYV_EXPORT kyv_stream_t* kyv_project_define_stream(kyv_project_t* project, const
                                                    const int32_t* key_columns, kyv_error_t* error);
 /* The stream of a name; KYV_ERROR_MISSING without one. Belongs to the project. */
 KYV_EXPORT kyv_stream_t* kyv_project_get_stream(kyv_project_t* project, const char* name, kyv_error_t* error);
+/* How many streams the project has; reads the list anew. */
+KYV_EXPORT int32_t kyv_project_get_stream_count(kyv_project_t* project, kyv_error_t* error);
+/* The name of a stream, by its place from 0 in the order of names (by bytes), as they were when they were last counted.
+ * It lives until they are counted again; null on failure. */
+KYV_EXPORT const char* kyv_project_get_stream_name(kyv_project_t* project, int32_t index, kyv_error_t* error);
 /* The number that its records bear; 0 on failure too. */
 KYV_EXPORT int32_t kyv_stream_get_id(kyv_stream_t* stream, kyv_error_t* error);
 /* Belongs to the project. */
@@ -105,8 +111,8 @@ KYV_EXPORT kyv_publisher_t* kyv_project_create_publisher(kyv_project_t* project,
                                                          kyv_error_t* error);
 /* Must succeed before the first publish; while connected it does nothing. */
 KYV_EXPORT int32_t kyv_publisher_connect(kyv_publisher_t* publisher, kyv_error_t* error);
-/* Disconnects. What was published stays; what writers hold is dropped, and so is a delivery that was taken. A publisher
- * that was never connected may be closed, and a closed one again. */
+/* Disconnects. What was published stays; what writers hold is dropped, and a delivery that was taken is let go. A
+ * publisher that was never connected may be closed, and a closed one again. */
 KYV_EXPORT int32_t kyv_publisher_close(kyv_publisher_t* publisher, kyv_error_t* error);
 /* Closes it if need be and releases it with its writers. */
 KYV_EXPORT int32_t kyv_publisher_free(kyv_publisher_t* publisher, kyv_error_t* error);
@@ -149,10 +155,16 @@ KYV_EXPORT int32_t kyv_relative_rowwriter_end_row(kyv_relative_rowwriter_t* writ
 /* An adapter keeps with its rows how far it came: a delivery key, and how many rows of that key are done. Both are
  * stored in the transaction of the rows, so that neither is there without the other. */
 
-/* Takes over the delivery under an adapter's name. From now on publishing, with or without a key, fails with
- * KYV_ERROR_REPLACED once another publisher, of this process or another, has taken over the same name. The publisher
- * must be connected. */
+/* Takes the delivery under an adapter's name, which one live publisher has at a time, of all processes:
+ * KYV_ERROR_HELD while another has it. It is held until the publisher is closed or takes another one, and a process
+ * that dies lets it go. A publisher that had it before, and was closed and connected again since, gets it back unless
+ * another took it in between: then KYV_ERROR_REPLACED. Either way read the key afterwards; it is final then, because
+ * nothing that was published before under this name can still arrive. The publisher must be connected. */
 KYV_EXPORT int32_t kyv_publisher_take_delivery(kyv_publisher_t* publisher, const char* adapter, kyv_error_t* error);
+/* The same, whoever has it. From then on everything that the one before publishes, with or without a key, fails with
+ * KYV_ERROR_REPLACED. Meant for a holder that hangs. */
+KYV_EXPORT int32_t kyv_publisher_take_over_delivery(kyv_publisher_t* publisher, const char* adapter,
+                                                    kyv_error_t* error);
 /* Reads from the store what was stored last under the name. 1 when there is a key, 0 when not: then both are 0. After a
  * failed publish only this tells whether its rows are stored. */
 KYV_EXPORT int32_t kyv_publisher_get_delivery_key(kyv_publisher_t* publisher, int64_t* key, int64_t* rows_done,
@@ -180,6 +192,13 @@ KYV_EXPORT int32_t kyv_subscriber_free(kyv_subscriber_t* subscriber, kyv_error_t
 
 /* Chooses the stream, and begins with its first row, every time. The subscriber must be connected. */
 KYV_EXPORT int32_t kyv_subscriber_subscribe(kyv_subscriber_t* subscriber, kyv_stream_t* stream, kyv_error_t* error);
+/* The same, beginning behind a row number: with the first row whose number is above `after`, which is not negative. A
+ * table then gives the deletes since that row too. */
+KYV_EXPORT int32_t kyv_subscriber_subscribe_from(kyv_subscriber_t* subscriber, kyv_stream_t* stream, int64_t after,
+                                                 kyv_error_t* error);
+/* Waits until there are rows that were not given yet, at most so many milliseconds (0: does not wait). 1 when there
+ * are, 0 when the time ran out. */
+KYV_EXPORT int32_t kyv_subscriber_wait(kyv_subscriber_t* subscriber, int32_t milliseconds, kyv_error_t* error);
 /* Rows that were not given yet, in the order in which they were published; the end when there are none now. It does not
  * wait: called after an end, it gives what came since. Of a table, the last record of each key, and once rows were
  * given, deletes. The event belongs to the subscriber, and lives until the next one or the next subscribe. */
@@ -192,6 +211,9 @@ KYV_EXPORT kyv_message_reader_t* kyv_subscriber_event_get_reader(kyv_subscriber_
 KYV_EXPORT kyv_row_reader_t* kyv_message_reader_next_row(kyv_message_reader_t* reader, kyv_error_t* error);
 /* The row's record, in the host's byte order, and its size in bytes; null on failure. It lives as long as the event. */
 KYV_EXPORT const void* kyv_row_reader_get_record(kyv_row_reader_t* row, uint32_t* size, kyv_error_t* error);
+/* The row's number in its stream: from 1, rising in the order in which rows were published, with gaps, and never used
+ * again. */
+KYV_EXPORT int64_t kyv_row_reader_get_number(kyv_row_reader_t* row, kyv_error_t* error);
 /* 1 when the column is NULL, 0 when not. */
 KYV_EXPORT int32_t kyv_row_reader_is_null(kyv_row_reader_t* row, int32_t column, kyv_error_t* error);
 /* The value of a column of type long that is not NULL; on failure `value` is untouched. */
