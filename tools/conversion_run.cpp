@@ -7,6 +7,7 @@
 #include "bad_row_report.h"
 #include "block_pipeline.h"
 #include "complaint.h"
+#include "input_file.h"
 #include "interrupt.h"
 #include "kyv/string_utility.h"
 #include "record_header.h"
@@ -71,14 +72,23 @@ bool ConversionRun::checkPaths() const {
   return true;
 }
 
+bool ConversionRun::openInput() {
+  input_ = std::move(plan_.source);
+  if (input_ != nullptr) return true;
+  auto file = std::make_unique<InputFile>();
+  const bool opened = file->open(options_.input, error_);
+  input_ = std::move(file);
+  return opened;
+}
+
 bool ConversionRun::open() {
-  if (!input_.open(options_.input, error_) || !output_.open(options_.output, error_) || !badRows_.open(error_)) {
+  if (!openInput() || !output_.open(options_.output, error_) || !badRows_.open(error_)) {
     return false;
   }
-  reader_ = std::make_unique<BlockReader>(input_, *plan_.framing, plan_.mostRowBytes, blockBytes_);
+  reader_ = std::make_unique<BlockReader>(*input_, *plan_.framing, plan_.mostRowBytes, blockBytes_);
   if (plan_.rows == RowForm::kText) reader_->dropByteOrderMark();
   explainer_ = plan_.makeConverter();
-  progress_ = std::make_unique<ProgressBar>(options_.quiet ? Terminal::kNone : Terminal::kDetect, input_.size());
+  progress_ = std::make_unique<ProgressBar>(options_.quiet ? Terminal::kNone : Terminal::kDetect, input_->size());
   return true;
 }
 
@@ -88,7 +98,9 @@ void ConversionRun::convertBlocks() {
   if (!plan_.preamble.empty() && !writeOutput(plan_.preamble)) return;
   runBlocks(slots.size(), {[&](std::size_t i) { return read(slots[i]); }, [&](std::size_t i) { convert(slots[i]); },
                            [&](std::size_t i) { return write(slots[i]); }});
-  if (reader_->failed() && error_.empty()) error_ = input_.error();
+  if (!reader_->failed() || !error_.empty()) return;
+  error_ = input_->error();
+  failure_ = input_->failureStatus();
 }
 
 // The header is in the first block that holds more than blank lines.
@@ -217,7 +229,7 @@ bool ConversionRun::takeOversized(const Block& block) {
 
 void ConversionRun::reportFault(std::uint64_t line, const RowFault& fault, std::string_view row) const {
   BadRowReport report;
-  report.file = input_.name();
+  report.file = input_->name();
   report.line = line;
   report.message = fault.message;
   report.row = row;
@@ -246,7 +258,7 @@ bool ConversionRun::refuseRecords(const Block& block) {
 }
 
 bool ConversionRun::fail(const std::string& error) {
-  error_ = input_.name() + ": " + error;
+  error_ = input_->name() + ": " + error;
   return false;
 }
 
@@ -264,7 +276,7 @@ ExitStatus ConversionRun::finish() {
   if (failed) complain(error_);
   summary_.seconds = progress_->seconds();
   tellSummary();
-  if (failed) return ExitStatus::kFiles;
+  if (failed) return failure_;
   const std::string unwritten = output_.isTemporary() ? "; " + options_.output + " was not written" : "";
   if (wasInterrupted) {
     complain("interrupted" + unwritten);

@@ -15,10 +15,10 @@
 #include "command_options.h"
 #include "exit_status.h"
 #include "framing.h"
-#include "input_file.h"
 #include "output_file.h"
 #include "progress_bar.h"
 #include "row_converter.h"
+#include "row_source.h"
 #include "run_summary.h"
 
 namespace kyv_internal {
@@ -29,7 +29,8 @@ inline constexpr std::size_t kMostTextRowBytes = std::size_t{1} << 20;
 enum class RowForm { kText, kRecords };
 
 struct ConversionPlan {
-  RowForm rows = RowForm::kText;  // of the input
+  std::unique_ptr<RowSource> source;  // without one, rows come from the file that the options name
+  RowForm rows = RowForm::kText;      // of the input
   FirstLine firstLine = FirstLine::kRow;
   std::unique_ptr<Framing> framing;
   std::size_t mostRowBytes = kMostTextRowBytes;
@@ -57,6 +58,7 @@ class ConversionRun {
   };
 
   bool open();
+  bool openInput();
   bool checkPaths() const;
   void convertBlocks();
   BlockRead read(Slot& slot);
@@ -83,16 +85,17 @@ class ConversionRun {
   ConversionPlan plan_;
   std::size_t blockBytes_;      // of a usual block
   std::size_t convertedBytes_;  // what rows may become before they are written
-  InputFile input_;
+  std::unique_ptr<RowSource> input_;
   OutputFile output_;
   BadRowLog badRows_;
   std::unique_ptr<BlockReader> reader_;
   std::unique_ptr<RowConverter> explainer_;
   std::unique_ptr<ProgressBar> progress_;
   RunSummary summary_;
-  std::uint64_t lines_ = 0;  // before the block that is written
-  std::string error_;        // why the run failed
-  std::string headerFault_;  // why the header does not fit the options
+  std::uint64_t lines_ = 0;                  // before the block that is written
+  std::string error_;                        // why the run failed
+  ExitStatus failure_ = ExitStatus::kFiles;  // what it then ends with
+  std::string headerFault_;                  // why the header does not fit the options
 };
 
 }  // namespace kyv_internal

@@ -6,11 +6,11 @@
 #include <optional>
 #include <string>
 
-#include "byte_source.h"
+#include "row_source.h"
 
 namespace kyv_internal {
 
-class InputFile final : public ByteSource {
+class InputFile final : public RowSource {
  public:
   InputFile() = default;
   ~InputFile() override;
@@ -21,12 +21,11 @@ class InputFile final : public ByteSource {
   // Fails without a message when the run was interrupted.
   std::ptrdiff_t read(char* into, std::size_t capacity) override;
 
-  // What messages call it: the path as given, or "<stdin>".
-  const std::string& name() const { return name_; }
-  // Bytes of a regular file; nothing for a pipe or a device.
-  std::optional<std::uint64_t> size() const { return size_; }
-  // Why the last read failed; empty when none did.
-  const std::string& error() const { return error_; }
+  // The path as given, or "<stdin>".
+  const std::string& name() const override { return name_; }
+  // Nothing for a pipe or a device.
+  std::optional<std::uint64_t> size() const override { return size_; }
+  const std::string& error() const override { return error_; }
 
  private:
   bool waitForData();
