@@ -2,8 +2,8 @@
 
 namespace kyv_internal {
 
-bool BadRowLog::open(std::string& error) {
-  return options_.rejects.empty() || rejects_.openInPlace(options_.rejects, error);
+bool BadRowLog::open(OutputFile::Content content, std::string& error) {
+  return options_.rejects.empty() || rejects_.openInPlace(options_.rejects, content, error);
 }
 
 void BadRowLog::keep(std::string_view row) {

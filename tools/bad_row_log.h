@@ -19,14 +19,15 @@ class BadRowLog {
   // The options must outlive the log.
   explicit BadRowLog(const CommandOptions& options) : options_(options) {}
 
-  // Makes the file of rejected rows if there is to be one. False with a message.
-  [[nodiscard]] bool open(std::string& error);
+  // Opens the file of rejected rows if there is to be one: a new one, or that of the run that is continued. False with
+  // a message.
+  [[nodiscard]] bool open(OutputFile::Content content, std::string& error);
 
   // Whether anybody wants to hear why a row is bad.
   bool wantsReports() const { return !options_.quiet; }
 
   // The line that stands above the rejected rows, as it stands above all rows.
-  void setHeader(std::string_view line) { header_ = line; }
+  void setHeader(std::string_view line) { header_ = rejects_.isContinued() ? "" : line; }
   // Keeps the bytes of a bad row, for the next flush().
   void keep(std::string_view row);
   // Writes what was kept. False with a message.

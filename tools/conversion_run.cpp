@@ -25,25 +25,34 @@ std::uint64_t lineFeeds(std::string_view text) {
   return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
+// The rows of a block, bad ones too, and the blank lines that were done before this run.
+ReadRows countDone(const ConvertedBlock& block, const DoneRows& done) {
+  if (done.isWhole) return block;
+  const auto isDone = [&](const auto& there) { return there.outputBytes < done.bytes; };
+  ReadRows rows;
+  const auto bad = std::count_if(block.badRows.begin(), block.badRows.end(), isDone);
+  rows.rows = static_cast<std::uint32_t>(done.records + static_cast<std::size_t>(bad));
+  for (const Gap& gap : block.gaps) rows.blankLines += isDone(gap) ? gap.rows : 0;
+  rows.blankLines -= static_cast<std::uint32_t>(bad);
+  return rows;
+}
+
 }  // namespace
 
-ConversionRun::ConversionRun(const CommandOptions& options, ConversionPlan plan)
+ConversionRun::ConversionRun(const CommandOptions& options, ConversionPlan plan, std::unique_ptr<RowSink> sink)
     : options_(options),
       plan_(std::move(plan)),
       blockBytes_(std::min(kBlockBytes, kSharedTextBytes / options.threads)),
       convertedBytes_(kSharedConvertedBytes / options.threads),
-      badRows_(options) {}
+      badRows_(options),
+      sink_(std::move(sink)) {}
 
 ExitStatus ConversionRun::run() {
   if (!checkPaths()) return ExitStatus::kUsage;
   catchInterrupts();
   if (!open()) {
-    complain(error_);
-    return ExitStatus::kFiles;
-  }
-  if (plan_.rows == RowForm::kText && output_.isTerminal()) {
-    complain("records are not for a terminal's screen: name a file with -o, or redirect the output");
-    return ExitStatus::kUsage;
+    complain(fault_.message);
+    return fault_.status;
   }
   convertBlocks();
   return finish();
@@ -76,42 +85,58 @@ bool ConversionRun::openInput() {
   input_ = std::move(plan_.source);
   if (input_ != nullptr) return true;
   auto file = std::make_unique<InputFile>();
-  const bool opened = file->open(options_.input, error_);
+  const bool opened = file->open(options_.input, fault_.message);
   input_ = std::move(file);
   return opened;
 }
 
 bool ConversionRun::open() {
-  if (!openInput() || !output_.open(options_.output, error_) || !badRows_.open(error_)) {
-    return false;
-  }
+  if (!openInput()) return false;
+  progress_ = std::make_unique<ProgressBar>(options_.quiet ? Terminal::kNone : Terminal::kDetect, input_->size());
+  if (!sink_->open(*progress_, fault_)) return false;
+  const auto rejects = sink_->isResumed() ? OutputFile::Content::kContinued : OutputFile::Content::kNew;
+  if (!badRows_.open(rejects, fault_.message)) return false;
+  toSkip_ = sink_->rowsToSkip();
   reader_ = std::make_unique<BlockReader>(*input_, *plan_.framing, plan_.mostRowBytes, blockBytes_);
   if (plan_.rows == RowForm::kText) reader_->dropByteOrderMark();
   explainer_ = plan_.makeConverter();
-  progress_ = std::make_unique<ProgressBar>(options_.quiet ? Terminal::kNone : Terminal::kDetect, input_->size());
   return true;
 }
 
 void ConversionRun::convertBlocks() {
   std::vector<Slot> slots(options_.threads);
   for (Slot& slot : slots) slot.converter = plan_.makeConverter();
-  if (!plan_.preamble.empty() && !writeOutput(plan_.preamble)) return;
   runBlocks(slots.size(), {[&](std::size_t i) { return read(slots[i]); }, [&](std::size_t i) { convert(slots[i]); },
                            [&](std::size_t i) { return write(slots[i]); }});
-  if (!reader_->failed() || !error_.empty()) return;
-  error_ = input_->error();
-  failure_ = input_->failureStatus();
+  if (reader_->failed() && !fault_.happened()) fault_ = {input_->error(), input_->failureStatus()};
 }
 
-// The header is in the first block that holds more than blank lines.
 BlockRead ConversionRun::read(Slot& slot) {
-  if (!reader_->next(slot.block)) return BlockRead::kNone;
+  if (!reader_->next(slot.block) || !startBlock(slot)) return BlockRead::kNone;
+  skipDone(slot);
+  return isLarge(slot.block) ? BlockRead::kLarge : BlockRead::kUsual;
+}
+
+// The header is in the first block that holds more than blank lines. False when it does not fit the options.
+bool ConversionRun::startBlock(Slot& slot) {
   slot.rest = slot.block.text();
   slot.firstLine = plan_.firstLine;
-  const BlockRead block = isLarge(slot.block) ? BlockRead::kLarge : BlockRead::kUsual;
-  if (slot.rest.find_first_not_of("\r\n") == std::string_view::npos) return block;
+  if (slot.rest.find_first_not_of("\r\n") == std::string_view::npos) return true;
   plan_.firstLine = FirstLine::kRow;
-  return slot.firstLine == FirstLine::kRow || takeHeader(slot.rest) ? block : BlockRead::kNone;
+  return slot.firstLine == FirstLine::kRow || takeHeader(slot.rest);
+}
+
+// How many rows a block has is found out here at once, in the order of the blocks.
+void ConversionRun::skipDone(Slot& slot) {
+  const BlockKind kind = slot.block.kind;
+  slot.skipped = {};
+  slot.isSkipped = kind == BlockKind::kOversized && toSkip_ > 0;
+  if (slot.isSkipped) --toSkip_;
+  if (toSkip_ == 0 || (kind != BlockKind::kRecords && kind != BlockKind::kUnfinished)) return;
+  slot.converter->skip(slot.rest, slot.firstLine, toSkip_, slot.skipped);
+  slot.rest.remove_prefix(slot.skipped.textBytes);
+  if (!slot.skipped.header.empty()) slot.firstLine = FirstLine::kRow;
+  toSkip_ -= slot.skipped.rows + slot.skipped.blankLines;
 }
 
 bool ConversionRun::takeHeader(std::string_view text) {
@@ -139,6 +164,7 @@ bool ConversionRun::write(Slot& slot) {
 bool ConversionRun::writeBlock(Slot& slot) {
   const Block& block = slot.block;
   summary_.bytes = block.offset + block.text().size();
+  passOver(slot.skipped);
   switch (block.kind) {
     case BlockKind::kUnfinished:
       if (plan_.rows == RowForm::kRecords) return refuseRecords(block);
@@ -146,15 +172,20 @@ bool ConversionRun::writeBlock(Slot& slot) {
     case BlockKind::kRecords:
       return writeAllRows(slot);
     case BlockKind::kOversized:
-      return takeOversized(block);
+      return takeOversized(slot);
     case BlockKind::kMoreOversized:
-      lines_ += lineFeeds(block.text());
-      badRows_.keep(block.text());
-      return badRows_.flush(error_);
+      return keepOversized(slot);
     case BlockKind::kBroken:
       return refuseRecords(block);
   }
   return false;
+}
+
+void ConversionRun::passOver(const ReadRows& skipped) {
+  if (!skipped.header.empty()) badRows_.setHeader(skipped.header);
+  summary_.skipped += skipped.rows;
+  lines_ += skipped.lines;
+  sink_->passOver(std::uint64_t{skipped.rows} + skipped.blankLines);
 }
 
 // What is left because the rows before it became much is converted and written here, piece by piece.
@@ -171,34 +202,37 @@ bool ConversionRun::writeAllRows(Slot& slot) {
 bool ConversionRun::writeRows(const Slot& slot) {
   const ConvertedBlock& converted = slot.converted;
   if (!converted.header.empty()) badRows_.setHeader(converted.header);
-  if (!converted.badRows.empty() && !takeBadRows(slot)) return false;
-  if (!writeOutput(converted.output.view())) return false;
-  countRows(converted.rows, converted.blankLines);
+  const DoneRows done = sink_->findDone(converted);
+  const ReadRows doneRows = countDone(converted, done);
+  if (!converted.badRows.empty() && !takeBadRows(slot, done, doneRows)) return false;
+  if (!sink_->take(converted, {done.bytes, converted.output.size()}, fault_)) return false;
+  count(converted, doneRows);
   lines_ += converted.lines;
-  progress_->update(summary_.bytes, summary_.read);
+  progress_->update(summary_.bytes, rowsBefore());
   return true;
 }
 
-// The rejected ones among them were told to the log before.
-void ConversionRun::countRows(std::uint64_t rows, std::uint64_t blankLines) {
-  summary_.read += rows;
+// Counts what was read of a block, and how much of it was done; its rejected rows were told to the log before.
+void ConversionRun::count(const ReadRows& read, const ReadRows& done) {
+  summary_.skipped += done.rows;
+  summary_.read += read.rows - done.rows;
   summary_.rejected = badRows_.rows();
-  summary_.blankLines += blankLines;
+  summary_.blankLines += read.blankLines - done.blankLines;
 }
 
-bool ConversionRun::writeOutput(std::string_view bytes) { return output_.write(bytes, error_); }
-
 // False when the run ends within this block; what comes before its end is written then.
-bool ConversionRun::takeBadRows(const Slot& slot) {
+bool ConversionRun::takeBadRows(const Slot& slot, const DoneRows& done, const ReadRows& doneRows) {
+  const ConvertedBlock& converted = slot.converted;
   progress_->hide();
-  for (const BadRow& row : slot.converted.badRows) {
+  for (const BadRow& row : converted.badRows) {
+    if (done.covers(row)) continue;
     takeBadRow(slot, row);
     if (!badRows_.isFull()) continue;
-    countRows(row.row + std::uint64_t{1}, row.blankLines);
-    if (badRows_.flush(error_)) writeOutput(slot.converted.output.view().substr(0, row.outputBytes));
+    count({row.row + 1, row.blankLines, 0, 0, {}}, doneRows);
+    if (badRows_.flush(fault_.message)) (void)sink_->take(converted, {done.bytes, row.outputBytes}, fault_);
     return false;
   }
-  return badRows_.flush(error_);
+  return badRows_.flush(fault_.message);
 }
 
 void ConversionRun::takeBadRow(const Slot& slot, const BadRow& row) {
@@ -209,22 +243,33 @@ void ConversionRun::takeBadRow(const Slot& slot, const BadRow& row) {
 
 void ConversionRun::reportBadRow(const Slot& slot, const BadRow& row) {
   const std::string_view text = slot.rest.substr(row.begin, row.size);
-  const RowFault fault = explainer_->explain(text, summary_.read + row.row + 1);
+  const RowFault fault = explainer_->explain(text, rowsBefore() + row.row + 1);
   if (plan_.rows == RowForm::kRecords) return reportFault(0, fault, {});
   reportFault(lines_ + row.line + lineFeeds(text.substr(0, fault.fieldBegin)) + 1, fault, text);
 }
 
-bool ConversionRun::takeOversized(const Block& block) {
+bool ConversionRun::takeOversized(Slot& slot) {
+  sink_->passOver(1);
+  slot.isSkipped = slot.isSkipped || sink_->findDone({}).isWhole;
+  keepsOversized_ = !slot.isSkipped;
+  if (slot.isSkipped) {
+    ++summary_.skipped;
+    return keepOversized(slot);
+  }
   badRows_.count();
-  countRows(1, 0);
   progress_->hide();
   RowFault fault;
   fault.message = strprintf("record %llu: longer than %zu bytes, the most that a row may have",
-                            static_cast<unsigned long long>(summary_.read), plan_.mostRowBytes);
-  if (badRows_.wantsReports()) reportFault(lines_ + 1, fault, block.text());
-  lines_ += lineFeeds(block.text());
-  badRows_.keep(block.text());
-  return badRows_.flush(error_) && !badRows_.isFull();
+                            static_cast<unsigned long long>(rowsBefore() + 1), plan_.mostRowBytes);
+  if (badRows_.wantsReports()) reportFault(lines_ + 1, fault, slot.block.text());
+  count({1, 0, 0, 0, {}}, {});
+  return keepOversized(slot) && !badRows_.isFull();
+}
+
+bool ConversionRun::keepOversized(const Slot& slot) {
+  lines_ += lineFeeds(slot.block.text());
+  if (keepsOversized_) badRows_.keep(slot.block.text());
+  return badRows_.flush(fault_.message);
 }
 
 void ConversionRun::reportFault(std::uint64_t line, const RowFault& fault, std::string_view row) const {
@@ -258,37 +303,40 @@ bool ConversionRun::refuseRecords(const Block& block) {
 }
 
 bool ConversionRun::fail(const std::string& error) {
-  error_ = input_->name() + ": " + error;
+  fault_.message = input_->name() + ": " + error;
   return false;
+}
+
+RunEnd ConversionRun::howItEnded() const {
+  if (fault_.happened()) return RunEnd::kFailed;
+  if (badRows_.isFull()) return RunEnd::kStopped;
+  return interrupted() && reader_->failed() ? RunEnd::kInterrupted : RunEnd::kComplete;
 }
 
 ExitStatus ConversionRun::finish() {
   progress_->hide();
-  const bool stopped = badRows_.isFull();
-  const bool wasInterrupted = interrupted() && reader_->failed();
   if (!headerFault_.empty()) {
     complainInLines(headerFault_);
     return ExitStatus::kUsage;
   }
-  if (output_.readerHasGone()) return ExitStatus::kOk;
-  const bool complete = error_.empty() && !stopped && !wasInterrupted;
-  const bool failed = !error_.empty() || (complete && !output_.commit(error_));
-  if (failed) complain(error_);
+  const RunEnd end = howItEnded();
+  sink_->finish(end, summary_, fault_);
+  if (sink_->isUnwanted()) return ExitStatus::kOk;
+  if (fault_.happened()) complain(fault_.message);
   summary_.seconds = progress_->seconds();
   tellSummary();
-  if (failed) return failure_;
-  const std::string unwritten = output_.isTemporary() ? "; " + options_.output + " was not written" : "";
-  if (wasInterrupted) {
-    complain("interrupted" + unwritten);
+  if (fault_.happened()) return fault_.status;
+  if (end == RunEnd::kInterrupted) {
+    complain("interrupted" + sink_->remains());
     return ExitStatus::kInterrupted;
   }
-  if (stopped) complain("stopped by --max-errors" + unwritten);
+  if (end == RunEnd::kStopped) complain("stopped by --max-errors" + sink_->remains());
   return summary_.rejected > 0 ? ExitStatus::kBadRows : ExitStatus::kOk;
 }
 
 void ConversionRun::tellSummary() {
   if (options_.json) {
-    std::fprintf(output_.isStandardOutput() ? stderr : stdout, "%s\n", summary_.json().c_str());
+    std::fprintf(sink_->usesStandardOutput() ? stderr : stdout, "%s\n", summary_.json().c_str());
   } else if (!options_.quiet) {
     std::fprintf(stderr, "%s\n", summary_.text().c_str());
   }

@@ -47,13 +47,17 @@ bool OutputFile::open(const std::string& path, std::string& error) {
     return true;
   }
   if (isReplaceable(path)) return openTemporary(followLinks(path), error);
-  return openInPlace(path, error);
+  return openInPlace(path, Content::kNew, error);
 }
 
-bool OutputFile::openInPlace(const std::string& path, std::string& error) {
+bool OutputFile::openInPlace(const std::string& path, Content content, std::string& error) {
   name_ = path;
-  descriptor_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
-  return descriptor_ >= 0 || fail(error);
+  const int flags = content == Content::kContinued ? O_APPEND : O_TRUNC;
+  descriptor_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, kNewFileMode);
+  if (descriptor_ < 0) return fail(error);
+  struct stat status = {};
+  isContinued_ = content == Content::kContinued && ::fstat(descriptor_, &status) == 0 && status.st_size > 0;
+  return true;
 }
 
 bool OutputFile::openTemporary(const std::string& target, std::string& error) {

@@ -18,8 +18,10 @@ class OutputFile {
 
   // "-" is standard output. False with a message that names the file.
   [[nodiscard]] bool open(const std::string& path, std::string& error);
-  // A file that is to be kept whatever happens to the run, such as a list of rejected lines.
-  [[nodiscard]] bool openInPlace(const std::string& path, std::string& error);
+  enum class Content { kNew, kContinued };
+  // A file that is to be kept whatever happens to the run, such as a list of rejected lines; continued, what is written
+  // goes behind what it holds.
+  [[nodiscard]] bool openInPlace(const std::string& path, Content content, std::string& error);
 
   [[nodiscard]] bool write(std::string_view bytes, std::string& error);
   // Gives the file its name. Nothing is written after it.
@@ -27,6 +29,8 @@ class OutputFile {
 
   bool isOpen() const { return descriptor_ >= 0; }
   bool isTerminal() const;
+  // Whether it held something when it was opened that is still there.
+  bool isContinued() const { return isContinued_; }
   bool isStandardOutput() const;
   // The target is not touched before commit().
   bool isTemporary() const { return !temporary_.empty(); }
@@ -42,6 +46,7 @@ class OutputFile {
   std::string target_;     // the name that the temporary file takes in the end
   std::string temporary_;  // empty when the target is written directly
   bool readerHasGone_ = false;
+  bool isContinued_ = false;
 };
 
 // Whether two paths lead to the same file; false when either does not exist or is "-".

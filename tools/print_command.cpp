@@ -4,6 +4,7 @@
 #include "complaint.h"
 #include "conversion_run.h"
 #include "field_order.h"
+#include "file_sink.h"
 #include "record_header.h"
 #include "record_rows.h"
 #include "schema_file.h"
@@ -54,8 +55,9 @@ ExitStatus runPrint(const CommandOptions& options) {
   plan.makeConverter = [schema = file.schema(), layout, form = options.form, columns] {
     return makeRecordRows(schema, layout, form, columns);
   };
-  if (header) plan.preamble = headerLine(columns, layout);
-  return ConversionRun(options, std::move(plan)).run();
+  auto sink =
+      std::make_unique<FileSink>(options.output, FileSink::Content::kText, header ? headerLine(columns, layout) : "");
+  return ConversionRun(options, std::move(plan), std::move(sink)).run();
 }
 
 }  // namespace kyv_internal

@@ -50,6 +50,7 @@ ProgressBar::ProgressBar(Terminal terminal, std::optional<std::uint64_t> totalBy
 void ProgressBar::update(std::uint64_t bytes, std::uint64_t rows) {
   if (!enabled_) return;
   const Clock::time_point now = Clock::now();
+  const std::lock_guard lock(drawing_);
   if (now - lastDrawn_ < kBetweenDrawings) return;
   lastDrawn_ = now;
   shown_ = true;
@@ -57,6 +58,7 @@ void ProgressBar::update(std::uint64_t bytes, std::uint64_t rows) {
 }
 
 void ProgressBar::hide() {
+  const std::lock_guard lock(drawing_);
   if (!shown_) return;
   shown_ = false;
   std::fputs("\r\033[K", stderr);

@@ -3,10 +3,11 @@
 // A line on the terminal that tells how far a run is, how fast it goes and how long it will take. Silent where standard
 // error is no terminal.
 //
-// Threads: one at a time.
+// Threads: any; another's output comes between two drawings when that thread hides the bar first.
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -43,6 +44,7 @@ class ProgressBar {
   using Clock = std::chrono::steady_clock;
 
   bool enabled_;
+  std::mutex drawing_;  // guards what follows but for the times that never change
   bool shown_ = false;
   std::optional<std::uint64_t> totalBytes_;
   Clock::time_point start_;

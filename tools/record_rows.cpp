@@ -29,7 +29,7 @@ class RecordRows final : public RowConverter {
 
   RowFault explain(std::string_view row, unsigned long recordNo) override {
     kyv::ByteBuffer unused;
-    appendRow(row, recordNo, unused);
+    appendChecked(row, recordNo, unused);
     return lastFault(-1);
   }
 

@@ -8,9 +8,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "kyv/byte_buffer.h"
@@ -28,17 +31,30 @@ struct BadRow {
   std::uint32_t outputBytes = 0;  // what the rows before it became
 };
 
-struct ConvertedBlock {
-  kyv::ByteBuffer output;
-  std::vector<BadRow> badRows;
+// What was read of a text.
+struct ReadRows {
   std::uint32_t rows = 0;
   std::uint32_t blankLines = 0;  // skipped: they are no rows
   std::uint32_t lines = 0;
   std::size_t textBytes = 0;  // the text of all this
   std::string_view header;    // the header's line in it
+};
 
-  std::size_t bytes() const { return output.size() + badRows.size() * sizeof(BadRow); }
+// Bad rows, and blank lines behind the header, between two rows that were converted.
+struct Gap {
+  std::uint32_t outputBytes = 0;  // what the rows before it became
+  std::uint32_t rows = 0;
+};
 
+struct ConvertedBlock : ReadRows {
+  kyv::ByteBuffer output;
+  std::vector<BadRow> badRows;
+  std::vector<Gap> gaps;
+
+  std::size_t bytes() const { return output.size() + badRows.size() * sizeof(BadRow) + gaps.size() * sizeof(Gap); }
+
+  // Notes a row or blank line that became nothing.
+  void passOver();
   // Keeps the memory.
   void clear();
 };
@@ -50,6 +66,13 @@ struct RowFault {
   std::size_t fieldBegin = 0;  // that field in the row's text
   std::size_t fieldEnd = 0;
 };
+
+// Why a record will not do although its row could be converted.
+struct Objection {
+  std::string message;
+  int column = -1;  // the column to blame, if one is
+};
+using RecordCheck = std::function<std::optional<Objection>(std::string_view record)>;
 
 // What the first line is that is not blank; blank lines above a header never count as rows.
 enum class FirstLine { kRow, kHeader };
@@ -66,6 +89,13 @@ class RowConverter {
   void convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out,
                std::size_t mostBytes = std::numeric_limits<std::size_t>::max());
 
+  // Reads rows at the start of such a text without converting them: at most so many, with blank lines behind the
+  // header. `out` is replaced.
+  void skip(std::string_view text, FirstLine firstLine, std::uint64_t most, ReadRows& out);
+
+  // Rows whose record it objects to are bad rows. Set before the first row.
+  void setCheck(RecordCheck check) { check_ = std::move(check); }
+
   // Converts one row again, which failed, as row number `recordNo`.
   virtual RowFault explain(std::string_view row, unsigned long recordNo) = 0;
 
@@ -80,6 +110,10 @@ class RowConverter {
   virtual bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) = 0;
   virtual bool skipsBlankLines() const = 0;
 
+  // The same, with what the check says.
+  bool appendChecked(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out);
+
+  // Why the last row failed: at this column, unless it was the check that objected to another.
   RowFault lastFault(int column);
   // One look at a block spares one at each of its rows.
   bool holdsNul(std::string_view row) const { return blockHoldsNul_ && row.find('\0') != std::string_view::npos; }
@@ -87,7 +121,14 @@ class RowConverter {
   ConnectionErrors errors_;
 
  private:
+  enum class LineKind { kAboveHeader, kHeader, kBlank, kRow };
+
   bool blockHoldsNul_ = true;  // or it is not known
+  RecordCheck check_;
+  std::optional<Objection> objection_;  // to the last row
+
+  // What the next line or row is. The header is the next one's end.
+  LineKind kindOf(std::string_view row, FirstLine& firstLine) const;
   void convertRow(std::string_view row, std::size_t begin, ConvertedBlock& out);
 };
 

@@ -24,14 +24,19 @@ std::string RunSummary::text() const {
   std::string out = strprintf("read %llu, accepted %llu, rejected %llu in %.3f s (%.0f rows/s, %.1f MB/s)", wide(read),
                               wide(accepted()), wide(rejected), seconds, rowsPerSecond(), megabytesPerSecond());
   if (blankLines > 0) out += strprintf("; blank lines skipped: %llu", wide(blankLines));
+  if (published) out += strprintf("; published %llu, delivered before %llu", wide(*published), wide(skipped));
   return out;
 }
 
 std::string RunSummary::json() const {
-  return strprintf(
+  std::string out = strprintf(
       "{\"read\": %llu, \"accepted\": %llu, \"rejected\": %llu, \"blank\": %llu, \"seconds\": %.6f, "
-      "\"rows_per_second\": %.0f, \"megabytes_per_second\": %.1f}",
+      "\"rows_per_second\": %.0f, \"megabytes_per_second\": %.1f",
       wide(read), wide(accepted()), wide(rejected), wide(blankLines), seconds, rowsPerSecond(), megabytesPerSecond());
+  if (published) {
+    out += strprintf(", \"published\": %llu, \"delivered_before\": %llu", wide(*published), wide(skipped));
+  }
+  return out + "}";
 }
 
 }  // namespace kyv_internal

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "kyv/connection_row_by_order.h"
-#include "kyv/connection_row_csv.h"
 #include "kyv/data_types.h"
 #include "kyv/string_utility.h"
 #include "quoted_reader.h"
@@ -38,11 +36,13 @@ bool blankIsNoRow(const kyv::StreamSchema& schema, const TextLayout& layout) {
   return schema.getColumnCount() > 1 || layout.service;
 }
 
-// A row takes its schema as one that it may change; it does not.
+// A row for a pool to make others like it.
 template <class Row>
-void prepareRow(Row& row, kyv::StreamSchema& schema, const TextLayout& layout) {
-  row.setStreamType(&schema, false);
-  layout.applyFormats(row);
+std::unique_ptr<Row> makePrototype(kyv::StreamSchema& schema, const TextLayout& layout) {
+  auto row = std::make_unique<Row>();
+  row->setStreamType(&schema, false);  // which a row takes as one that it may change; it does not
+  layout.applyFormats(*row);
+  return row;
 }
 
 // The line as a row reads it, without its end.
@@ -62,14 +62,11 @@ std::size_t fieldOf(const SharedOrder& order, int column) {
 // A line whose fields lie between separators, without escape.
 class PlainLine {
  public:
-  PlainLine(kyv::StreamSchema& schema, const TextLayout& layout, SharedOrder order)
-      : separator_(layout.separator.value_or(kDefaultSeparator)),
-        serviceFields_(layout.service ? kServiceFields : 0),
-        order_(std::move(order)) {
-    prepareRow(row_, schema, layout);
-    row_.setSeparator(separator_);
-    row_.setWithService(layout.service);
-  }
+  PlainLine(TextRowPools& pools, SharedOrder order)
+      : separator_(pools.layout().separator.value_or(kDefaultSeparator)),
+        serviceFields_(pools.layout().service ? kServiceFields : 0),
+        order_(std::move(order)),
+        row_(pools.borrowLine()) {}
 
   bool append(std::string_view line, bool holdsNul, unsigned long recordNo, ConnectionErrors& errors,
               kyv::ByteBuffer& out) {
@@ -78,8 +75,8 @@ class PlainLine {
       errors.addGeneral(strprintf("record %lu: %s", recordNo, reason.c_str()));
       return false;
     }
-    const bool good = row_.appendRow(order_ == nullptr ? line : reorder(line), recordNo, errors, out);
-    failedColumn_ = row_.failedColumn();
+    const bool good = row_->appendRow(order_ == nullptr ? line : reorder(line), recordNo, errors, out);
+    failedColumn_ = row_->failedColumn();
     return good;
   }
 
@@ -118,7 +115,7 @@ class PlainLine {
   std::size_t serviceFields_;
   SharedOrder order_;  // null for a line that is in the stream's order
   int failedColumn_ = kNoColumn;
-  ConnectionRowCsv row_;
+  TextRowPools::Borrowed<ConnectionRowCsv> row_;
   kyv::ByteBuffer reordered_;
 };
 
@@ -129,12 +126,14 @@ std::string_view firstLine(std::string_view text) {
 
 class PlainRows final : public RowConverter {
  public:
-  PlainRows(const kyv::StreamSchema& schema, const TextLayout& layout, SharedOrder order)
-      : schema_(schema), skipsBlankLines_(blankIsNoRow(schema, layout)), line_(schema_, layout, std::move(order)) {}
+  PlainRows(std::shared_ptr<TextRowPools> pools, SharedOrder order)
+      : pools_(std::move(pools)),
+        skipsBlankLines_(blankIsNoRow(pools_->schema(), pools_->layout())),
+        line_(*pools_, std::move(order)) {}
 
   RowFault explain(std::string_view row, unsigned long recordNo) override {
     kyv::ByteBuffer unused;
-    appendRow(row, recordNo, unused);
+    appendChecked(row, recordNo, unused);
     RowFault fault = lastFault(line_.failedColumn());
     if (fault.column >= 0) line_.findField(row, fault);
     return fault;
@@ -149,7 +148,7 @@ class PlainRows final : public RowConverter {
 
   bool skipsBlankLines() const override { return skipsBlankLines_; }
 
-  kyv::StreamSchema schema_;
+  std::shared_ptr<TextRowPools> pools_;
   bool skipsBlankLines_;
   PlainLine line_;
 };
@@ -158,14 +157,15 @@ class PlainRows final : public RowConverter {
 // text. A line without any quotes means the same either way and is read the plain way, which is faster.
 class QuotedRows final : public RowConverter {
  public:
-  QuotedRows(const kyv::StreamSchema& schema, const TextLayout& layout, SharedOrder order)
-      : schema_(schema),
-        serviceFields_(layout.service ? kServiceFields : 0),
-        skipsBlankLines_(blankIsNoRow(schema, layout)),
+  QuotedRows(std::shared_ptr<TextRowPools> pools, SharedOrder order)
+      : pools_(std::move(pools)),
+        serviceFields_(pools_->layout().service ? kServiceFields : 0),
+        skipsBlankLines_(blankIsNoRow(pools_->schema(), pools_->layout())),
         order_(std::move(order)),
-        line_(schema_, layout, order_),
-        reader_(layout.separator.value_or(kDefaultSeparator)) {
-    prepareRow(row_, schema_, layout);
+        line_(*pools_, order_),
+        reader_(pools_->layout().separator.value_or(kDefaultSeparator)),
+        row_(pools_->borrowFields()) {
+    const kyv::StreamSchema& schema = pools_->schema();
     for (int i = 0; i < schema.getColumnCount(); ++i) {
       isString_.push_back((schema.getColumnType(i) & kBaseType) == DataTypes::kString);
     }
@@ -174,7 +174,7 @@ class QuotedRows final : public RowConverter {
   RowFault explain(std::string_view row, unsigned long recordNo) override {
     kyv::ByteBuffer unused;
     readRow(row);
-    appendRow(row, recordNo, unused);
+    appendChecked(row, recordNo, unused);
     RowFault fault = lastFault(failedColumn_);
     if (fault.column < 0) return fault;
     if (isPlain_) {
@@ -210,8 +210,8 @@ class QuotedRows final : public RowConverter {
       return false;
     }
     setFields();
-    const bool good = row_.appendRow(recordNo, errors_, out);
-    failedColumn_ = row_.failedColumn();
+    const bool good = row_->appendRow(recordNo, errors_, out);
+    failedColumn_ = row_->failedColumn();
     return good;
   }
 
@@ -236,8 +236,8 @@ class QuotedRows final : public RowConverter {
 
   void setFields() {
     const std::vector<QuotedField>& fields = reader_.fields();
-    row_.clearData();
-    if (serviceFields_ > 0) row_.setOp(fields[1].text.empty() ? '\0' : fields[1].text.front());
+    row_->clearData();
+    if (serviceFields_ > 0) row_->setOp(fields[1].text.empty() ? '\0' : fields[1].text.front());
     const std::size_t columns = order_ == nullptr ? fields.size() - serviceFields_ : isString_.size();
     for (std::size_t column = 0; column < columns; ++column) setField(column);
   }
@@ -249,12 +249,12 @@ class QuotedRows final : public RowConverter {
       const bool keepsEmpty = field.quoted && column < isString_.size() && isString_[column];
       if (!field.text.empty() || keepsEmpty) text = field.text;
     }
-    row_.setField(static_cast<int>(column), text);
+    row_->setField(static_cast<int>(column), text);
   }
 
   static constexpr auto kNowhere = static_cast<std::size_t>(kNoField);
 
-  kyv::StreamSchema schema_;
+  std::shared_ptr<TextRowPools> pools_;
   std::size_t serviceFields_;
   bool skipsBlankLines_;
   SharedOrder order_;
@@ -263,16 +263,25 @@ class QuotedRows final : public RowConverter {
   PlainLine line_;
   QuotedReader reader_;
   QuotedRecord record_;
-  ConnectionRowByOrder row_;
+  TextRowPools::Borrowed<ConnectionRowByOrder> row_;
   std::vector<bool> isString_;
 };
 
 }  // namespace
 
-std::unique_ptr<RowConverter> makeTextRows(const kyv::StreamSchema& schema, const TextLayout& layout,
+TextRowPools::TextRowPools(const kyv::StreamSchema& schema, const TextLayout& layout)
+    : schema_(schema), layout_(layout) {
+  auto line = makePrototype<ConnectionRowCsv>(schema_, layout_);
+  line->setSeparator(layout_.separator.value_or(kDefaultSeparator));
+  line->setWithService(layout_.service);
+  lines_.setPrototype(line.release());
+  fields_.setPrototype(makePrototype<ConnectionRowByOrder>(schema_, layout_).release());
+}
+
+std::unique_ptr<RowConverter> makeTextRows(std::shared_ptr<TextRowPools> pools,
                                            std::shared_ptr<const FieldOrder> order) {
-  if (layout.quoted.value_or(false)) return std::make_unique<QuotedRows>(schema, layout, std::move(order));
-  return std::make_unique<PlainRows>(schema, layout, std::move(order));
+  if (pools->layout().quoted.value_or(false)) return std::make_unique<QuotedRows>(std::move(pools), std::move(order));
+  return std::make_unique<PlainRows>(std::move(pools), std::move(order));
 }
 
 }  // namespace kyv_internal

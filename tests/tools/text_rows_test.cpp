@@ -35,7 +35,7 @@ std::string print(std::string_view records, const TextLayout& layout) {
 
 // The good rows as printed, then each bad row as "line: message [field]", then the counts of rows, blanks and lines.
 std::string convert(const std::string& text, const TextLayout& layout, FirstLine first = FirstLine::kRow) {
-  const auto rows = makeTextRows(schema(), layout);
+  const auto rows = makeTextRows(std::make_shared<TextRowPools>(schema(), layout));
   ConvertedBlock block;
   rows->convert(text, first, block);
   std::string out = print(block.output.view(), layout);
@@ -121,7 +121,7 @@ TEST(TextRows, TakesABlankLineForANullInASingleColumn) {
   const kyv::StreamSchema one("S", 1, {{"name", DataTypes::kString}});
   for (const bool quoted : {false, true}) {
     ConvertedBlock block;
-    makeTextRows(one, layoutOf(quoted))->convert("a\n\n", FirstLine::kRow, block);
+    makeTextRows(std::make_shared<TextRowPools>(one, layoutOf(quoted)))->convert("a\n\n", FirstLine::kRow, block);
     EXPECT_EQ(block.rows, 2U);
     EXPECT_EQ(block.blankLines, 0U);
   }
@@ -129,7 +129,7 @@ TEST(TextRows, TakesABlankLineForANullInASingleColumn) {
 
 TEST(RecordRows, RefusesRecordsOfAnotherSchema) {
   ConvertedBlock records;
-  makeTextRows(schema(), layoutOf(false))->convert("1,a,2\n", FirstLine::kRow, records);
+  makeTextRows(std::make_shared<TextRowPools>(schema(), layoutOf(false)))->convert("1,a,2\n", FirstLine::kRow, records);
   const kyv::StreamSchema other("S", 1, {{"name", DataTypes::kString}});
   const auto rows = makeRecordRows(other, {}, PrintForm::kJson, columnsOf(other));
   ConvertedBlock out;
