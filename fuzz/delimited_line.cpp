@@ -12,18 +12,18 @@
 
 #include "fuzz/fuzz_input.h"
 #include "fuzz/printed_record.h"
+#include "fuzz/row_outcome.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/connection_row_csv.h"
 #include "kyv/data_types.h"
 #include "kyv/record_printer.h"
 #include "kyv/stream_schema.h"
 #include "quoted_reader.h"
-#include "services/malloc_ptr.h"
-#include "tests/support/bytes.h"
 #include "text_layout.h"
 
 namespace {
 
+using kyv_fuzz::Outcome;
 using kyv_fuzz::require;
 
 const std::vector<kyv::StreamColumn> kColumns = {{"Id", DataTypes::kLong},
@@ -45,15 +45,6 @@ const std::vector<kyv::StreamColumn> kColumns = {{"Id", DataTypes::kLong},
 constexpr std::size_t kToldByRow = 8;
 constexpr std::size_t kToldByPrinter = 9;
 
-// What became of a line.
-struct Outcome {
-  std::string record;  // empty without one
-  std::string messages;
-  int failedColumn;
-
-  bool operator==(const Outcome&) const = default;
-};
-
 struct Case {
   kyv::StreamSchema& schema;
   char separator;
@@ -72,9 +63,7 @@ Outcome convertOwnLine(const Case& test) {
   test.prepare(row);
   std::vector<char> line = kyv_fuzz::terminated(test.line);
   row.setBuffer(line.data());
-  ConnectionErrors errors;
-  const kyv_internal::MallocPtr<void> record(row.toRow(1, &errors));
-  return {record != nullptr ? kyv_test::recordBytes(record.get()) : "", errors.report(), row.failedColumn()};
+  return kyv_fuzz::convert(row);
 }
 
 // The line lies in memory of exactly its size. A row that has converted it once converts it again.
@@ -150,9 +139,7 @@ std::string recordOf(const Case& test, const Row& fields) {
   row.setOp(fields.operation);
   for (const std::optional<std::string>& field : fields.fields)
     row.appendFieldAsString(field ? field->c_str() : nullptr);
-  ConnectionErrors errors;
-  const kyv_internal::MallocPtr<void> record(row.toRow(1, &errors));
-  return record != nullptr ? kyv_test::recordBytes(record.get()) : "";
+  return kyv_fuzz::convert(row).record;
 }
 
 void checkTexts(const Case& test, const std::string& record) {

@@ -2,6 +2,7 @@
 
 // What the fuzz targets share: taking an input apart, and ending the run when a promise is broken.
 
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -36,6 +37,14 @@ class FuzzInput {
     const std::string_view line = rest_.substr(0, end);
     rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
     return untilNul(line);
+  }
+
+  // A line with a number, 0 when it has none.
+  std::int64_t number() {
+    const std::string text = line();
+    std::int64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
   }
 
   // All that is left, as bytes, and as a text that ends at a NUL byte.

@@ -9,45 +9,27 @@
 #include <string>
 #include <vector>
 
-#include "datatypes/type_catalogue.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/printed_record.h"
+#include "fuzz/record_input.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/record_printer.h"
 #include "kyv/stream_schema.h"
-#include "row2/row2_layout.h"
-#include "tests/support/bytes.h"
 #include "tests/support/type_settings.h"
 
 namespace {
 
+using kyv_fuzz::kTypes;
 using kyv_fuzz::require;
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t kMostColumns = 8;
-constexpr std::size_t kTypes = DataTypes::kTypeCount + 1;
-
-// The base types, with a decimal that knows its digits before the one that takes them from the record.
-unsigned int typeOf(std::size_t choice) {
-  return choice + 2 == kTypes ? DataTypes::createFixedDecimal(10, 2)
-                              : static_cast<unsigned int>(std::min(choice, DataTypes::kTypeCount - 1));
-}
 
 std::vector<kyv::StreamColumn> columnsFrom(std::size_t firstType, std::size_t count) {
   std::vector<kyv::StreamColumn> columns;
-  for (std::size_t i = 0; i < count; ++i) columns.push_back({std::to_string(i + 1), typeOf((firstType + i) % kTypes)});
+  for (std::size_t i = 0; i < count; ++i)
+    columns.push_back({std::to_string(i + 1), kyv_fuzz::typeOf((firstType + i) % kTypes)});
   return columns;
-}
-
-// At least the length word, which claims no more than there is.
-Bytes recordOf(std::string_view bytes) {
-  Bytes record = kyv_test::exactly(bytes);
-  if (record.size() < sizeof(std::int32_t)) record.resize(sizeof(std::int32_t));
-  record.shrink_to_fit();
-  const auto size = static_cast<std::int32_t>(record.size());
-  unsigned char* const length = kyv_internal::at(record.data(), kyv_internal::kLengthOffset);
-  kyv_internal::store(length, std::min(kyv_internal::load<std::int32_t>(length), size));
-  return record;
 }
 
 struct Case {
@@ -100,7 +82,7 @@ void checkPrinting(const Case& test, const Bytes& record, bool readable) {
 }
 
 void check(const Case& test, std::string_view bytes) {
-  Bytes record = recordOf(bytes);
+  Bytes record = kyv_fuzz::recordOf(bytes);
   const Bytes before = record;
   const bool readable = checkReading(test, record);
   checkDelivery(test, record, readable);

@@ -5,24 +5,23 @@
 // Input: how many columns, one character; then lines, in turn a name and a text, of one row after another. A line of
 // only "!" in place of a name ends a row. A name of one digit, from '0' on, is short for that column's name.
 
-#include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "fuzz/fuzz_input.h"
+#include "fuzz/row_outcome.h"
 #include "kyv/connection_row_by_names.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/data_types.h"
 #include "kyv/stream_schema.h"
-#include "services/malloc_ptr.h"
-#include "tests/support/bytes.h"
 #include "tests/support/test_schema.h"
 
 namespace {
 
+using kyv_fuzz::convert;
+using kyv_fuzz::Outcome;
 using kyv_fuzz::require;
 
 using Columns = std::vector<kyv_test::TestSchema::Column>;
@@ -35,22 +34,6 @@ constexpr const char* kFlagsName = "KYV_FLAGS";
 const Columns kColumns = {{"Id", DataTypes::kLong},        {"Name", DataTypes::kString}, {"a\x08", DataTypes::kMoney2},
                           {"b\x03", DataTypes::kBinary},   {"", DataTypes::kString},     {"Name", DataTypes::kInteger},
                           {"KYV_OPS", DataTypes::kString}, {"Day", DataTypes::kDate}};
-
-// What became of a row.
-struct Outcome {
-  std::string record;  // empty without one
-  std::string messages;
-  int failedColumn;
-
-  bool operator==(const Outcome&) const = default;
-};
-
-template <class Row>
-Outcome convert(Row& row) {
-  ConnectionErrors errors;
-  const kyv_internal::MallocPtr<void> record(row.toRow(1, &errors));
-  return {record != nullptr ? kyv_test::recordBytes(record.get()) : "", errors.report(), row.failedColumn()};
-}
 
 void setFields(ConnectionRowByNames& row, const Pairs& pairs) {
   row.clearData();

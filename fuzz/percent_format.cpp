@@ -5,9 +5,6 @@
 
 #include "datatypes/percent_format.h"
 
-#include <array>
-#include <cctype>
-#include <charconv>
 #include <cstdlib>
 #include <ctime>
 #include <optional>
@@ -21,6 +18,7 @@
 #include "kyv/stream_schema.h"
 #include "row2/row2_layout.h"
 #include "services/malloc_ptr.h"
+#include "tests/support/time_by_c.h"
 
 namespace {
 
@@ -56,14 +54,6 @@ bool libraryReads(std::string_view format) {
   return true;
 }
 
-std::optional<std::tm> readByLibrary(const Case& test) {
-  std::tm time = epoch();
-  const char* end = ::strptime(test.text.c_str(), test.format.c_str(), &time);
-  if (end == nullptr) return std::nullopt;
-  while (std::isspace(static_cast<unsigned char>(*end))) ++end;
-  return *end == 0 ? std::optional(time) : std::nullopt;
-}
-
 std::optional<std::tm> read(const Case& test) {
   std::tm time = epoch();
   const std::vector<char> text = kyv_fuzz::terminated(test.text);
@@ -85,23 +75,13 @@ std::optional<std::tm> checkReading(const Case& test) {
   const std::optional<std::tm> time = read(test);
   if (time) checkFields(*time);
   if (!libraryReads(test.format)) return time;
-  const std::optional<std::tm> expected = readByLibrary(test);
+  const std::optional<std::tm> expected = kyv_test::fieldsByC(test.text, test.format);
   require(time.has_value() == expected.has_value(), "a text matches when the C library says so");
   require(!time || sameFields(*time, *expected), "fields are those that the C library reads");
   return time;
 }
 
 // --- Time to text ---------------------------------------------------------------------------------------------------
-
-std::string printByLibrary(const Case& test) {
-  if (test.format == "%s") return std::to_string(test.seconds);
-  const std::time_t seconds = test.seconds;
-  const std::time_t zero = 0;
-  std::tm time{};
-  if (gmtime_r(&seconds, &time) == nullptr) gmtime_r(&zero, &time);
-  std::array<char, kyv_internal::kMaxFormattedText + 1> out;
-  return {out.data(), std::strftime(out.data(), out.size(), test.format.c_str(), &time)};
-}
 
 std::string print(const Case& test) {
   unsigned char bytes[sizeof test.seconds];
@@ -112,7 +92,11 @@ std::string print(const Case& test) {
   return text.get();
 }
 
-void checkPrinting(const Case& test) { require(print(test) == printByLibrary(test), "a time prints as in C"); }
+void checkPrinting(const Case& test) {
+  const std::string expected =
+      test.format == "%s" ? std::to_string(test.seconds) : kyv_test::textByC(test.seconds, test.format);
+  require(print(test) == expected, "a time prints as in C");
+}
 
 // --- A row ----------------------------------------------------------------------------------------------------------
 
@@ -164,19 +148,13 @@ void useUtc() {
   require(done, "there is a time zone");
 }
 
-std::int64_t numberOf(const std::string& line) {
-  std::int64_t number = 0;
-  std::from_chars(line.data(), line.data() + line.size(), number);
-  return number;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   useUtc();
   kyv_fuzz::FuzzInput input(data, size);
   const std::string format = input.line();
-  const std::int64_t seconds = numberOf(input.line());
+  const std::int64_t seconds = input.number();
   const Case test{format, seconds, input.text()};
   checkPrinting(test);
   checkRow(test, checkReading(test));

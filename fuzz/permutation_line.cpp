@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "fuzz/permutation_input.h"
+#include "tests/permutation/plain_permutation.h"
 
 namespace {
 
@@ -17,42 +18,18 @@ using kyv_fuzz::require;
 
 constexpr std::size_t kMostFields = 999;
 
-struct Result {
-  bool good;
-  std::string line;
-
-  bool operator==(const Result&) const = default;
-};
-
-std::vector<std::string> split(const std::string& line, char separator) {
-  std::vector<std::string> fields(1);
-  for (const char c : line) {
-    if (c == separator) {
-      fields.emplace_back();
-    } else {
-      fields.back() += c;
-    }
-  }
-  return fields;
-}
+using Result = kyv_test::PlainLine;
 
 Result permutePlainly(const std::vector<int>& fieldOf, const std::string& line, char separator, bool withService) {
-  std::vector<std::string> fields = split(line, separator);
-  Result result{false, ""};
+  std::vector<std::string> fields = kyv_test::splitAt(separator, line);
+  std::string service;
   if (withService) {
-    if (fields.size() < 3) return result;
-    result.line = fields[0] + separator + fields[1];
+    if (fields.size() < 3) return {false, ""};
+    service = fields[0] + separator + fields[1];
     fields.erase(fields.begin(), fields.begin() + 2);
   }
-  if (fields.size() > kMostFields) return result;
-  for (std::size_t i = 0; i < fieldOf.size(); ++i) {
-    const auto field = static_cast<std::size_t>(fieldOf[i]);
-    if (fieldOf[i] >= 0 && field >= fields.size()) return result;
-    if (fieldOf[i] < 0 || i > 0 || withService) result.line += separator;
-    if (fieldOf[i] >= 0) result.line += fields[field];
-  }
-  result.good = true;
-  return result;
+  if (fields.size() > kMostFields) return {false, service};
+  return kyv_test::permutePlainly(fieldOf, fields, separator, service);
 }
 
 Result permute(const ConnectionPermutation& permutation, std::size_t columns, const std::string& line, char separator,

@@ -10,9 +10,8 @@
 #include <vector>
 
 #include "fuzz/permutation_input.h"
-#include "row2/row2_layout.h"
+#include "fuzz/record_input.h"
 #include "services/malloc_ptr.h"
-#include "tests/support/bytes.h"
 
 namespace {
 
@@ -23,16 +22,6 @@ using Bytes = std::vector<unsigned char>;
 constexpr std::size_t kHeader = 6;
 
 std::size_t tableEnd(std::size_t columns) { return kHeader + 4 * columns; }
-
-// At least the length word, which claims no more than there is.
-Bytes recordOf(std::string_view bytes) {
-  Bytes record = kyv_test::exactly(bytes);
-  record.resize(std::max(record.size(), sizeof(std::int32_t)));
-  record.shrink_to_fit();
-  const auto size = static_cast<std::int32_t>(record.size());
-  kyv_internal::store(record.data(), std::min(load<std::int32_t>(record.data()), size));
-  return record;
-}
 
 // The bytes of a column; none where they cannot be told.
 std::string columnOf(const Bytes& record, std::size_t columns, std::size_t column) {
@@ -133,6 +122,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   kyv_fuzz::FuzzInput input(data, size);
   const kyv_fuzz::PermutationInput test(input);
   checkValidation(kyv_test::exactly(input.bytes()), test.fields);
-  check(test, recordOf(input.bytes()));
+  check(test, kyv_fuzz::recordOf(input.bytes()));
   return 0;
 }

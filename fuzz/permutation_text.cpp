@@ -11,6 +11,7 @@
 
 #include "fuzz/fuzz_input.h"
 #include "kyv/connection_permutation.h"
+#include "tests/support/words.h"
 
 namespace {
 
@@ -34,16 +35,6 @@ struct Case {
     return true;
   }
 };
-
-std::vector<std::string> names(const std::string& line) {
-  std::vector<std::string> list;
-  for (std::size_t at = 0; (at = line.find_first_not_of(' ', at)) != std::string::npos;) {
-    const std::size_t end = std::min(line.find(' ', at), line.size());
-    list.push_back(line.substr(at, end - at));
-    at = end;
-  }
-  return list;
-}
 
 // The first position of a name, or -1.
 int positionIn(const std::vector<std::string>& order, const std::string& name) {
@@ -117,8 +108,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   test.externalHasNames = input.choice(2) == 1;
   test.requireNoHoles = input.choice(2) == 1;
   test.derives = input.choice(2) == 1;
-  test.platform = names(input.line());
-  test.external = names(input.line());
+  test.platform = kyv_test::words(input.line());
+  test.external = kyv_test::words(input.line());
   test.text = input.text();
   if (test.isQuick()) check(test);
   return 0;

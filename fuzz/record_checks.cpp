@@ -9,39 +9,31 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "datatypes/type_catalogue.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/printed_record.h"
+#include "fuzz/record_input.h"
 #include "kyv/connection_row_by_order.h"
 #include "kyv/data_value.h"
 #include "kyv/record_printer.h"
 #include "kyv/row2.h"
 #include "kyv/stream_schema.h"
 #include "row2/byte_order.h"
-#include "row2/row2_layout.h"
-#include "tests/support/bytes.h"
+#include "tests/support/written.h"
 
 namespace {
 
+using kyv_fuzz::kTypes;
 using kyv_fuzz::require;
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t kMostColumns = 8;
 constexpr std::size_t kMostGroup = 4;
-constexpr std::size_t kTypes = DataTypes::kTypeCount + 1;
-
-// The base types, with a decimal that knows its digits before the one that takes them from the record.
-unsigned int typeOf(std::size_t choice) {
-  return choice + 2 == kTypes ? DataTypes::createFixedDecimal(10, 2)
-                              : static_cast<unsigned int>(std::min(choice, DataTypes::kTypeCount - 1));
-}
 
 struct Schema {
   std::size_t fixed = 0;
@@ -70,7 +62,7 @@ Schema schemaFrom(kyv_fuzz::FuzzInput& input) {
   const std::size_t count = schema.fixed + schema.group;
   if (rule != 0) schema.nullable = std::make_unique<bool[]>(count);
   for (std::size_t i = 0; i < count; ++i) {
-    schema.types.push_back(typeOf((firstType + i) % kTypes));
+    schema.types.push_back(kyv_fuzz::typeOf((firstType + i) % kTypes));
     if (rule != 0) schema.nullable[i] = rule == 1 || i % 2 == 0;
   }
   schema.types.shrink_to_fit();
@@ -110,23 +102,12 @@ bool passes(const Schema& schema, const Bytes& bytes, Row2::Fault& fault) {
   return passed;
 }
 
-// Runs a dump into memory.
-template <class Dump>
-std::size_t dumped(Dump dump) {
-  char* text = nullptr;
-  std::size_t size = 0;
-  std::FILE* const out = open_memstream(&text, &size);
-  dump(out);
-  std::fclose(out);
-  std::free(text);
-  return size;
-}
-
 void dumpEverything(Bytes& bytes) {
   const Row2* const record = asRecord(bytes);
   const int size = static_cast<int>(bytes.size());
   for (const int length : {size, size / 2, 0, -1}) {
-    require(dumped([&](std::FILE* out) { Row2::dumpRow2(out, record, length, size); }) > 0, "a dump has text");
+    const auto dump = [&](std::FILE* out) { Row2::dumpRow2(out, record, length, size); };
+    require(!kyv_test::written(dump).empty(), "a dump has text");
   }
 }
 
@@ -223,8 +204,7 @@ void checkSound(const Schema& schema, const Bytes& bytes) {
   require(host == before, "a record that is read stays as it was");
 }
 
-// --- What does not, whose length word claims no more than there is
-// ----------------------------------------------------
+// --- What does not, whose length word claims no more than there is --------------------------------------------------
 
 void checkUnsound(const Schema& schema, Bytes bytes, const std::string& message) {
   // More groups than the schema knows take their types from the record's number of columns.
@@ -244,12 +224,10 @@ void checkUnsound(const Schema& schema, Bytes bytes, const std::string& message)
 }
 
 // As many bytes as the length word says, which says no more than there is.
-Bytes clamped(Bytes bytes) {
-  bytes.resize(std::max(bytes.size(), sizeof(std::int32_t)));
-  const std::int32_t length = std::min(lengthOf(bytes), static_cast<std::int32_t>(bytes.size()));
-  kyv_internal::store(bytes.data(), length);
-  bytes.resize(static_cast<std::size_t>(std::max(length, static_cast<std::int32_t>(sizeof length))));
-  return exactly(bytes);
+Bytes clamped(const Bytes& bytes) {
+  Bytes record = kyv_fuzz::recordOf(kyv_test::textOf(bytes));
+  record.resize(static_cast<std::size_t>(std::max(lengthOf(record), static_cast<std::int32_t>(sizeof(std::int32_t)))));
+  return exactly(record);
 }
 
 void check(const Schema& schema, const Bytes& bytes) {

@@ -6,7 +6,6 @@
 // the model; then the text.
 
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -26,12 +25,6 @@ using kyv_fuzz::require;
 constexpr const char* kZones[] = {
     "UTC", "America/New_York", "Asia/Kolkata", "Australia/Lord_Howe", "GMT-03:30", "Africa/Casablanca",
     "",    "Nowhere",          "GMT+5"};
-
-std::int64_t numberOf(const std::string& line) {
-  std::int64_t number = 0;
-  std::from_chars(line.data(), line.data() + line.size(), number);
-  return number;
-}
 
 void checkText(const TimeModel& model, TimeType type, std::int64_t value, const std::string& expected) {
   require(kyv_test::printedByModel(model, type, value) == expected, "a model prints what the function does");
@@ -68,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t zoneChoice = input.choice(256);
   const char* const zone = zoneChoice < std::size(kZones) ? kZones[zoneChoice] : "UTC";
   input.line();
-  const std::int64_t value = numberOf(input.line());
+  const std::int64_t value = input.number();
   const std::string modelText = input.line(), text = input.text();
   const TimeModel model(modelText, zone);
   const std::string expected = kyv_test::printedByFunction(type, value, modelText, zone);

@@ -4,7 +4,6 @@
 // Input: a character for the type, then to the end of the line the zone; a line with the value; then the model.
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,12 +36,6 @@ struct Case {
   long value;
   std::string model;
 };
-
-long numberOf(const std::string& line) {
-  long number = 0;
-  std::from_chars(line.data(), line.data() + line.size(), number);
-  return number;
-}
 
 bool canBePrinted(std::string_view model) {
   using enum ModelToken;
@@ -90,7 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   kyv_fuzz::FuzzInput input(data, size);
   const Type type = kTypes[input.choice(std::size(kTypes))];
   const std::string zone = input.line();
-  const long value = numberOf(input.line());
+  const long value = input.number();
   const Case test{type, zone, value, input.text()};
   const std::vector<char> model = kyv_fuzz::terminated(test.model);
   const std::vector<char> name = kyv_fuzz::terminated(test.zone);

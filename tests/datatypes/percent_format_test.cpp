@@ -13,9 +13,13 @@
 #include "datatypes/civil_time.h"
 #include "datatypes/parsed.h"
 #include "kyv/data_value.h"
+#include "tests/support/time_by_c.h"
 
 namespace kyv_internal {
 namespace {
+
+using kyv_test::fieldsByC;
+using kyv_test::textByC;
 
 // The C library is the judge, with its "C" locale and its zone set to UTC.
 class PercentFormatTest : public testing::Test {
@@ -28,29 +32,6 @@ class PercentFormatTest : public testing::Test {
     tzset();
   }
 };
-
-locale_t cLocale() {
-  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
-  return locale;
-}
-
-std::optional<std::tm> libraryFields(const std::string& text, const std::string& format) {
-  std::tm time{};
-  time.tm_mday = 1;
-  time.tm_year = 70;
-  time.tm_wday = 4;
-  const char* rest = strptime_l(text.c_str(), format.c_str(), &time, cLocale());
-  while (rest && isSpace(*rest)) ++rest;
-  if (!rest || *rest) return std::nullopt;
-  return time;
-}
-
-std::string libraryText(std::int64_t seconds, const std::string& format) {
-  std::array<char, kMaxFormattedText + 1> buffer;
-  std::tm time;
-  gmtime_r(&seconds, &time);
-  return {buffer.data(), strftime_l(buffer.data(), buffer.size(), format.c_str(), &time, cLocale())};
-}
 
 std::string print(const PercentFormat& format, std::int64_t seconds) {
   std::array<char, kMaxFormattedText + 1> buffer;
@@ -91,7 +72,7 @@ void expectReadsLikeTheLibrary(const std::string& text, const std::string& forma
   const PercentFormat compiled(format);
   const std::optional<std::tm> fields = compiled.parseFields(text);
   if (libraryIsLost(fields)) return;
-  std::optional<std::tm> expected = libraryFields(text, format);
+  std::optional<std::tm> expected = fieldsByC(text, format);
   ASSERT_EQ(show(fields), show(expected)) << '"' << text << "\" as \"" << format << '"';
   const std::optional<std::int64_t> seconds = secondsOfText(compiled, text);
   ASSERT_EQ(seconds.has_value(), expected.has_value());
@@ -101,40 +82,17 @@ void expectReadsLikeTheLibrary(const std::string& text, const std::string& forma
 }
 
 TEST_F(PercentFormatTest, ReadsWhatTheLibraryReads) {
+  constexpr const char* kUsual = "%Y-%m-%d %H:%M:%S";
   struct Case {
     const char* format;
     std::vector<const char*> texts;
   };
   const Case cases[] = {
-      {"%Y-%m-%d %H:%M:%S",
-       {"2009-02-13 23:31:30",
-        "2009-02-13  23:31:30",
-        "2009-2-3 1:2:3",
-        "2009-02-13\t23:31:30 \n",
-        "2009-02-13T23:31:30",
-        " 2009-02-13 23:31:30",
-        "2009-02-30 00:00:00",
-        "2009-02-13 23:31:61",
-        "2009-02-13 23:31:62",
-        "2009-02-13 24:00:00",
-        "2009-00-13 00:00:00",
-        "2009-13-13 00:00:00",
-        "2009-12-32 00:00:00",
-        "2009-12-00 00:00:00",
-        "2009-02-13 23:60:30",
-        "2009-02-13 23:31:3x",
-        "2009-02-13 23:31:30x",
-        "2009-02-13 23:31:",
-        "",
-        "0000-12-31 00:00:00",
-        "9999-12-31 23:59:59",
-        "2009-02-13 23:31:30 1",
-        "-009-02-13 23:31:30",
-        "2009-02-13 23:31:30\xb0",
-        "2009-02-13 23:31:\xb3\xb0",
-        "+2009-02-13 23:31:30",
-        "2009-02-13 23 :31:30",
-        "2009-02-13 23: 31:30"}},
+      {kUsual, {"2009-02-13  23:31:30", "2009-2-3 1:2:3", "2009-02-13\t23:31:30 \n", "2009-02-13T23:31:30"}},
+      {kUsual, {" 2009-02-13 23:31:30", "2009-02-30 00:00:00", "2009-02-13 23:31:61", "2009-02-13 23:31:62"}},
+      {kUsual, {"2009-02-13 24:00:00", "2009-00-13 00:00:00", "2009-13-13 00:00:00", "2009-12-32 00:00:00", ""}},
+      {kUsual, {"2009-12-00 00:00:00", "2009-02-13 23:60:30", "2009-02-13 23:31:30x", "2009-02-13 23:31:"}},
+      {kUsual, {"0000-12-31 00:00:00", "-009-02-13 23:31:30", "2009-02-13 23:31:\xb3\xb0", "2009-02-13 23 :31:30"}},
       {"%Y%m%d", {"20240229", "20230229", "2024229", "202422", "2024 2 9", "99990101"}},
       {"%H:%M", {"23:59", "3:5", "24:00", "945", "9:4", "0:0"}},
       {"%H%M", {"945", "0945", "2359", "9 5"}},
@@ -202,10 +160,10 @@ TEST_F(PercentFormatTest, KnowsTheConversionsOfTheLibrary) {
       if (format != "%Ey" && format != "%5Ey")
         for (const char* text : kTexts) expectReadsLikeTheLibrary(text, format);
       for (const std::int64_t time : kTimes)
-        EXPECT_EQ(print(PercentFormat(format), time), libraryText(time, format)) << '"' << format << "\" " << time;
+        EXPECT_EQ(print(PercentFormat(format), time), textByC(time, format)) << '"' << format << "\" " << time;
     }
   for (const char* format : {"%", "%-", "%5", "%E", "%Q %d", "x%"}) {
-    EXPECT_EQ(print(PercentFormat(format), 0), libraryText(0, format)) << format;
+    EXPECT_EQ(print(PercentFormat(format), 0), textByC(0, format)) << format;
     expectReadsLikeTheLibrary("x", format);
   }
 }
@@ -250,7 +208,7 @@ TEST_F(PercentFormatTest, ReadsAndPrintsRandomFormatsLikeTheLibrary) {
   for (int i = 0; i < 50'000 && !HasFatalFailure(); ++i) {
     const std::string format = random.format();
     const std::int64_t seconds = random.seconds();
-    const std::string text = libraryText(seconds, format);
+    const std::string text = textByC(seconds, format);
     ASSERT_EQ(print(PercentFormat(format), seconds), text) << '"' << format << "\" " << seconds;
     for (int texts = 0; texts < 4; ++texts) expectReadsLikeTheLibrary(random.mangled(text), format);
   }
@@ -264,7 +222,7 @@ TEST_F(PercentFormatTest, ReadsMangledUsualTextsLikeTheLibrary) {
         "%m/%d/%y", "%H:%M", "%Y", "%S", "year %Y, month %m, day %d %H%M", "year %Y, month %m, day %d, hour %H"})
     for (int i = 0; i < 5'000 && !HasFatalFailure(); ++i) {
       const std::int64_t seconds = random.seconds();
-      const std::string text = libraryText(seconds, format);
+      const std::string text = textByC(seconds, format);
       ASSERT_EQ(print(PercentFormat(format), seconds), text) << '"' << format << "\" " << seconds;
       expectReadsLikeTheLibrary(random.mangled(text), format);
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kyv/connection_permutation.h"
+#include "tests/support/words.h"
 
 namespace kyv_test {
 
@@ -23,17 +24,6 @@ class OpenPermutation : public ConnectionPermutation {
   using ConnectionPermutation::platToExtNames;
   using ConnectionPermutation::prepared;
 };
-
-// The words of a text, which blanks part.
-inline std::vector<std::string> words(const std::string& text) {
-  std::vector<std::string> list;
-  for (std::size_t at = 0; (at = text.find_first_not_of(' ', at)) != std::string::npos;) {
-    const std::size_t end = std::min(text.find(' ', at), text.size());
-    list.push_back(text.substr(at, end - at));
-    at = end;
-  }
-  return list;
-}
 
 // Pairs of names in these orders, prepared.
 inline OpenPermutation prepared(const std::string& text, const std::string& platform, const std::string& external) {

@@ -1,31 +1,19 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "kyv/row2.h"
 #include "tests/support/bytes.h"
 #include "tests/support/record_copies.h"
+#include "tests/support/written.h"
 
 namespace {
 
 using kyv_test::HandRecord;
 using kyv_test::poke;
 using kyv_test::RecordCopy;
-
-// What an operation writes to a stream.
-template <class Dump>
-std::string written(Dump dump) {
-  char* text = nullptr;
-  std::size_t size = 0;
-  std::FILE* const out = open_memstream(&text, &size);
-  dump(out);
-  std::fclose(out);
-  const std::string copy(text, size);
-  std::free(text);
-  return copy;
-}
+using kyv_test::written;
 
 std::string dumpOf(const std::string& bytes, int length, int maxOffsets) {
   RecordCopy record(bytes);

@@ -3,13 +3,13 @@
 // A schema that counts its copies and its ends, and lets a test act while a conversion runs.
 
 #include <functional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "kyv/connection_row.h"
 #include "kyv/data_types.h"
+#include "tests/support/words.h"
 
 namespace kyv_test {
 
@@ -56,8 +56,7 @@ class TestSchema : public ConnectionRowType {
 // Columns named A, B, C and so on, of types whose names are parted by blanks.
 inline std::vector<TestSchema::Column> columnsOf(const std::string& typeNames) {
   std::vector<TestSchema::Column> columns;
-  std::istringstream names(typeNames);
-  for (std::string name; names >> name;) {
+  for (const std::string& name : words(typeNames)) {
     columns.push_back({std::string(1, static_cast<char>('A' + columns.size())), DataTypes::stringToType(name)});
   }
   return columns;
