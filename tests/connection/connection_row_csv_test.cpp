@@ -260,20 +260,4 @@ TEST(ConnectionRowCsv, NewRowsHaveTheSeparatorAndTheService) {
   EXPECT_EQ(shown(copy->toRow(1, &errors), schema, errors), "u a,b,07:00:00");
 }
 
-TEST(ConnectionRowCsv, SplitsLongLinesAtEveryColumn) {
-  std::vector<TestSchema::Column> columns(200, {"A", kInteger});
-  TestSchema schema(columns);
-  ConnectionRowCsv row;
-  row.setStreamType(&schema, false);
-  std::string line, fields = "p ";
-  for (int i = 0; i < 200; ++i) {
-    const std::string text = i % 7 == 3 ? "" : std::to_string(i * i * i);
-    line += (i > 0 ? "," : "") + text;
-    fields += (i > 0 ? "," : "") + (text.empty() ? "-" : text);
-  }
-  row.setBuffer(line.data());
-  ConnectionErrors errors;
-  EXPECT_EQ(shown(row.toRow(1, &errors), schema, errors), fields);
-}
-
 }  // namespace

@@ -27,69 +27,51 @@ class BareRow : public ConnectionRow {
   }
 };
 
+// What parseOp makes of a letter, as a number, or its message; both overloads agree.
+std::string parsedOp(BareRow& row, char letter) {
+  auto byReference = static_cast<StreamInterface::StreamOperations>(0), byPointer = byReference;
+  ConnectionErrors errors, more;
+  const bool known = row.parseOp(byReference, letter, 7, errors);
+  EXPECT_EQ(row.parseOp(byPointer, letter, 7, &more), known);
+  EXPECT_EQ(byPointer, byReference);
+  EXPECT_EQ(byReference != 0, known);
+  EXPECT_EQ(more.report(), errors.report());
+  return known ? std::to_string(byReference) : errors.report();
+}
+
 TEST(ConnectionRow, ReadsOperationLettersInEitherCase) {
-  const struct {
-    char letter;
-    int operation;
-    const char* message;
-  } rows[] = {
-      {'i', 1, ""},
-      {'u', 3, ""},
-      {'d', 5, ""},
-      {'p', 7, ""},
-      {'I', 1, ""},
-      {'U', 3, ""},
-      {'D', 5, ""},
-      {'P', 7, ""},
-      {'x', 0, "record 7: unknown operation 'x', not i/u/d/p"},
-      {'X', 0, "record 7: unknown operation 'X', not i/u/d/p"},
-      {' ', 0, "record 7: unknown operation ' ', not i/u/d/p"},
-      {'\n', 0, "record 7: unknown operation '?', not i/u/d/p"},
-      {'\0', 0, "record 7: unknown operation '?', not i/u/d/p"},
-      {'\x7F', 0, "record 7: unknown operation '?', not i/u/d/p"},
-      {'\xE9', 0, "record 7: unknown operation '?', not i/u/d/p"},
-  };
   BareRow row;
-  for (const auto& r : rows) {
-    const auto unchanged = static_cast<StreamInterface::StreamOperations>(0);
-    auto byReference = unchanged, byPointer = unchanged;
-    ConnectionErrors errors, more;
-    EXPECT_EQ(row.parseOp(byReference, r.letter, 7, errors), r.operation != 0);
-    EXPECT_EQ(row.parseOp(byPointer, r.letter, 7, &more), r.operation != 0);
-    EXPECT_EQ(byReference, r.operation) << r.letter;
-    EXPECT_EQ(byPointer, r.operation) << r.letter;
-    EXPECT_EQ(errors.report(), r.message);
-    EXPECT_EQ(more.report(), r.message);
+  std::string operations;
+  for (const char letter : std::string("iudpIUDP")) operations += parsedOp(row, letter);
+  EXPECT_EQ(operations, "13571357");
+  for (const char letter : {'x', 'X', ' '}) {
+    EXPECT_EQ(parsedOp(row, letter), std::string("record 7: unknown operation '") + letter + "', not i/u/d/p");
+  }
+  for (const char letter : {'\n', '\0', '\x7F', '\xE9'}) {
+    EXPECT_EQ(parsedOp(row, letter), "record 7: unknown operation '?', not i/u/d/p");
   }
 }
 
+// The letter of an operation, or the message.
+std::string printedOp(BareRow& row, int operation) {
+  char byReference = '-', byPointer = '-';
+  ConnectionErrors errors, more;
+  const bool known = row.printOp(byReference, operation, 1, errors);
+  EXPECT_EQ(row.printOp(byPointer, operation, 1, &more), known);
+  EXPECT_EQ(byPointer, byReference);
+  EXPECT_EQ(byReference != '-', known);
+  EXPECT_EQ(more.report(), errors.report());
+  return known ? std::string(1, byReference) : errors.report();
+}
+
 TEST(ConnectionRow, PrintsOperationsAndBothDeletesAlike) {
-  const struct {
-    int operation;
-    char letter;
-    const char* message;
-  } rows[] = {
-      {1, 'i', ""},
-      {3, 'u', ""},
-      {5, 'd', ""},
-      {13, 'd', ""},
-      {7, 'p', ""},
-      {2, '-', "record 1: unknown operation '0x2', not i/u/d/p"},
-      {0, '-', "record 1: unknown operation '0x0', not i/u/d/p"},
-      {255, '-', "record 1: unknown operation '0xff', not i/u/d/p"},
-      {-1, '-', "record 1: unknown operation '0xffffffff', not i/u/d/p"},
-  };
   BareRow row;
-  for (const auto& r : rows) {
-    char byReference = '-', byPointer = '-';
-    ConnectionErrors errors, more;
-    EXPECT_EQ(row.printOp(byReference, r.operation, 1, errors), r.letter != '-');
-    EXPECT_EQ(row.printOp(byPointer, r.operation, 1, &more), r.letter != '-');
-    EXPECT_EQ(byReference, r.letter) << r.operation;
-    EXPECT_EQ(byPointer, r.letter) << r.operation;
-    EXPECT_EQ(errors.report(), r.message);
-    EXPECT_EQ(more.report(), r.message);
-  }
+  std::string letters;
+  for (const int operation : {1, 3, 5, 13, 7}) letters += printedOp(row, operation);
+  EXPECT_EQ(letters, "iuddp");
+  EXPECT_EQ(printedOp(row, 2), "record 1: unknown operation '0x2', not i/u/d/p");
+  EXPECT_EQ(printedOp(row, 255), "record 1: unknown operation '0xff', not i/u/d/p");
+  EXPECT_EQ(printedOp(row, -1), "record 1: unknown operation '0xffffffff', not i/u/d/p");
 }
 
 TEST(ConnectionRow, StartsWithDefaultsAndDatesThatIncludeTheTimeOfDay) {

@@ -23,9 +23,6 @@ using kyv_test::SchemaCounts;
 using kyv_test::takeHex;
 using kyv_test::TestSchema;
 
-const char* const kNames[] = {"A", "SEQ", "OP"};
-const unsigned int kTypes[] = {kInteger, kLong, kString};
-
 std::string report(ConnectionErrorsHandle* errors) {
   char* text = nullptr;
   getAdapterError(errors, &text);
@@ -41,51 +38,6 @@ TEST(FlatRows, AnUnknownKindGivesAHandleWithoutARow) {
     deleteConnectionRow(row);
   }
   deleteConnectionRow(nullptr);
-}
-
-TEST(FlatRows, ConvertOrderedFieldsBothWays) {
-  ConnectionRowHandle* const row = createConnectionRow("RowByOrder");
-  ConnectionErrorsHandle* const errors = createConnectionErrors();
-  ConnectionRowType** const type = createConnectionRowType("Trades", 6, 3, kNames, kTypes);
-  setStreamType(row, nullptr, true);
-  EXPECT_EQ(getStreamType(row), nullptr);
-  setStreamType(row, type, false);
-  EXPECT_EQ(getStreamType(row), *type);
-  setStreamName(row, "named");
-  EXPECT_STREQ(getStreamName(row), "named");
-
-  EXPECT_TRUE(setFieldAsStringWithIndex(row, 0, "7"));
-  EXPECT_TRUE(appendFieldAsString(row, "42"));
-  EXPECT_FALSE(setFieldAsStringWithIndex(row, -1, "7"));
-  setOp(row, 'u');
-  setFlagsAsString(row, "s");
-  EXPECT_EQ(std::string(1, getOp(row)) + getFlagsAsString(row) + std::to_string(size(row)), "us2");
-  EXPECT_EQ(toRow(row, 1, errors), nullptr);
-  EXPECT_EQ(report(errors), "record 1: wrong number fields for stream 'Trades', have 2, need 3");
-  appendFieldAsString(row, "5");
-  const std::string expected = HandRecord{3, 6, 1, 3, {36, 40, 48, 50}, "07000000 2a00000000000000 3500"}.bytes();
-  std::string record = kyv_test::fromHex(takeHex(toRow(row, 2, errors)));
-  EXPECT_EQ(kyv_test::toHex(record), kyv_test::toHex(expected));
-
-  setGDKeyColumnName(row, "SEQ");
-  setOpcodeColumnName(row, "OP");
-  enableGDMode(row);
-  EXPECT_TRUE(fromRow(row, record.data(), 3, errors));
-  EXPECT_EQ(getGDKey(row), 42);
-  const char* field = nullptr;
-  EXPECT_TRUE(getFieldAsStringWithIndex(row, 0, &field));
-  EXPECT_STREQ(field, "7");
-  EXPECT_EQ(std::string(1, getOp(row)) + std::to_string(size(row)), "d1");
-  const std::unique_ptr<ConnectionRow> copy(createNew(row));
-  EXPECT_EQ(copy->getStreamName(), "named");
-  clearData(row);
-  EXPECT_EQ(size(row), 0);
-  clear(row);
-  EXPECT_EQ(getStreamType(row), nullptr);
-  EXPECT_TRUE(empty(errors));
-  deleteConnectionRow(row);
-  deleteConnectionErrors(errors);
-  deleteConnectionRowType(type);
 }
 
 TEST(FlatRows, ConvertLinesWithTheirFormats) {

@@ -9,6 +9,7 @@
 
 #include "kyv/data_value.h"
 #include "services/malloc_ptr.h"
+#include "tests/support/readings.h"
 
 namespace kyv_internal {
 namespace {
@@ -22,83 +23,54 @@ using Parse = Parsed<std::int64_t> (*)(std::string_view, const PercentFormat&);
 struct ParseCase {
   Parse parse;
   const char* format;
-  const char* text;
-  std::int64_t value;
+  const char* readings;  // a text without value is refused
   const char* message = nullptr;
 };
 
 TEST(DatetimeText, ReadsValuesOrSaysWhyNot) {
-  constexpr const char* kNoDate = "date constant does not match format";
-  constexpr const char* kNoTime = "time constant does not match format";
   constexpr const char* kNoTimestamp = "timestamp constant does not match format";
-  constexpr const char* kNoBigDateTime = "bigdatetime constant does not match format";
   const ParseCase cases[] = {
-      {parseDate, kUsual, "2009-02-13 23:31:30", 1234567890},
-      {parseDate, kUsual, "2009-02-13 23:31:30 \t", 1234567890},
-      {parseDate, kUsual, "2009-02-13 23:31:30.5", 0, kNoDate},
-      {parseDate, kUsual, "", 0, kNoDate},
-      {parseDate, "%Y-%m-%d", "1969-12-31", -86400},
-      {parseDate, "%s", "-5", -5},
-      {parseDate, "%s", " \t+12abc", 12},
-      {parseDate, "%s", "9223372036854775807", kHighest},
-      {parseDate, "%s", "-9223372036854775808", kLowest},
-      {parseDate, "%s", "9223372036854775808", 0, "date constant does not match standard format"},
-      {parseDate, "%s", "", 0, "date constant does not match standard format"},
-      {parseDate, "%s", "+-1", 0, "date constant does not match standard format"},
-      {parseDate, "%s", "+", 0, "date constant does not match standard format"},
-      {parseDate, "%s ", "-5", 0, kNoDate},
-      {parseDate, "%s ", "5", 5},
-
-      {parseTime, "%H:%M:%S", "23:59:59", 86399},
-      {parseTime, "%H:%M:%S", "23:59:60", 86400},
-      {parseTime, "%H:%M:%S", "24:00:00", 0, kNoTime},
-      {parseTime, "%s", "x", 0, "time constant does not match standard format"},
-      {parseTime, "%s", "-9223372036854775809", 0, "time constant does not match standard format"},
-
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30", 1234567890000},
-      {parseTimestamp, "%Y-%m-%dT%H:%M:%S", "2000-01-01T00:00:00.12", 946684800120},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.1239", 1234567890123},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30. 1 2\t3", 1234567890123},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.", 1234567890000},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30 .5", 1234567890500},
-      {parseTimestamp, kUsual, "1969-12-31 23:59:59.999", -1},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.1x5", 1234567890001},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.x55", 1234567890000},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.-5", 1234567889950},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.+5", 1234567890050},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.--5", 1234567890000},
-      {parseTimestamp, kUsual, "2009-02-13 23:31:30.5.5", 0, kNoTimestamp},
-      {parseTimestamp, "%d.%m.%Y", "13.02.2009", 0, kNoTimestamp},
-      {parseTimestamp, "%d.%m.%Y", "13.02.2009.25", 1234483200250},
-      {parseTimestamp, "%s", "1234567890.123", 1234567890123},
-      {parseTimestamp, "%s", "-1.5", -500},
-      {parseTimestamp, "%s", "7x.5", 7500},
-      {parseTimestamp, "%s", ".5", 0, kNoTimestamp},
-      {parseTimestamp, "%s", "9223372036854775.807", kHighest},
-      {parseTimestamp, "%s", "9223372036854775.808", 0, "timestamp overflow"},
-      {parseTimestamp, "%s", "9223372036854776", 0, "timestamp overflow"},
-      {parseTimestamp, "%s", "-9223372036854775", -9223372036854775000},
-      {parseTimestamp, "%s", "-9223372036854775.-99", -9223372036854775099},
-      {parseTimestamp, "%s", "-9223372036854776.192", 0, "timestamp overflow"},
-      {parseTimestamp, "%s", "9223372036854775808", 0, "timestamp overflow"},
-      {parseTimestamp, "at %s", "at 9223372036854776", 0, "timestamp overflow"},
-      {parseTimestamp, "at %s", "at 9223372036854775808", 0, kNoTimestamp},
-
-      {parseBigDateTime, kUsual, "2009-02-13 23:31:30.5", 1234567890500000},
-      {parseBigDateTime, kUsual, "2009-02-13 23:31:30.1234567", 1234567890123456},
-      {parseBigDateTime, kUsual, "2009-02-13", 0, kNoBigDateTime},
-      {parseBigDateTime, "%s", "1234567890.123456", 1234567890123456},
-      {parseBigDateTime, "%s", "x", 0, kNoBigDateTime},
-      {parseBigDateTime, "%s", "9223372036854.775807", kHighest},
-      {parseBigDateTime, "%s", "9223372036854.775808", 0, "bigdatetime overflow"},
-      {parseBigDateTime, "%s", "9223372036855", 0, "bigdatetime overflow"},
-      {parseBigDateTime, "%s", "99999999999999999999", 0, "bigdatetime overflow"},
+      {parseDate, kUsual, "2009-02-13 23:31:30=1234567890|2009-02-13 23:31:30 \t=1234567890|2009-02-13 23:31:30.5|",
+       "date constant does not match format"},
+      {parseDate, "%Y-%m-%d", "1969-12-31=-86400"},
+      {parseDate, "%s",
+       "-5=-5| \t+12abc=12|9223372036854775807=9223372036854775807|9223372036854775808||+-1|+|"
+       "-9223372036854775808=-9223372036854775808",
+       "date constant does not match standard format"},
+      {parseDate, "%s ", "5=5|-5", "date constant does not match format"},
+      {parseTime, "%H:%M:%S", "23:59:59=86399|23:59:60=86400|24:00:00", "time constant does not match format"},
+      {parseTime, "%s", "x|-9223372036854775809", "time constant does not match standard format"},
+      {parseTimestamp, kUsual,
+       "2009-02-13 23:31:30=1234567890000|2009-02-13 23:31:30.1239=1234567890123|"
+       "2009-02-13 23:31:30. 1 2\t3=1234567890123|2009-02-13 23:31:30.=1234567890000|"
+       "2009-02-13 23:31:30 .5=1234567890500|1969-12-31 23:59:59.999=-1|2009-02-13 23:31:30.1x5=1234567890001|"
+       "2009-02-13 23:31:30.x55=1234567890000|2009-02-13 23:31:30.-5=1234567889950|"
+       "2009-02-13 23:31:30.+5=1234567890050|2009-02-13 23:31:30.--5=1234567890000|2009-02-13 23:31:30.5.5",
+       kNoTimestamp},
+      {parseTimestamp, "%d.%m.%Y", "13.02.2009.25=1234483200250|13.02.2009", kNoTimestamp},
+      {parseTimestamp, "%s",
+       "1234567890.123=1234567890123|-1.5=-500|7x.5=7500|9223372036854775.807=9223372036854775807|"
+       "-9223372036854775=-9223372036854775000|-9223372036854775.-99=-9223372036854775099|9223372036854775.808|"
+       "9223372036854776|-9223372036854776.192|9223372036854775808",
+       "timestamp overflow"},
+      {parseTimestamp, "%s", ".5", kNoTimestamp},
+      {parseTimestamp, "at %s", "at 9223372036854776", "timestamp overflow"},
+      {parseTimestamp, "at %s", "at 9223372036854775808", kNoTimestamp},
+      {parseBigDateTime, kUsual,
+       "2009-02-13 23:31:30.5=1234567890500000|2009-02-13 23:31:30.1234567=1234567890123456|"
+       "2009-02-13",
+       "bigdatetime constant does not match format"},
+      {parseBigDateTime, "%s",
+       "1234567890.123456=1234567890123456|9223372036854.775807=9223372036854775807|"
+       "9223372036854.775808|9223372036855|99999999999999999999",
+       "bigdatetime overflow"},
+      {parseBigDateTime, "%s", "x", "bigdatetime constant does not match format"},
   };
   for (const ParseCase& row : cases) {
-    const Parsed<std::int64_t> parsed = row.parse(row.text, PercentFormat(row.format));
-    EXPECT_STREQ(parsed.error, row.message) << '"' << row.text << "\" as \"" << row.format << '"';
-    if (!parsed.error && !row.message) {
-      EXPECT_EQ(parsed.value, row.value) << '"' << row.text << "\" as \"" << row.format << '"';
+    for (const auto& [text, value] : kyv_test::readings(row.readings)) {
+      const Parsed<std::int64_t> parsed = row.parse(text, PercentFormat(row.format));
+      EXPECT_STREQ(parsed.error, value.empty() ? row.message : nullptr) << '"' << text << "\" as " << row.format;
+      EXPECT_EQ(parsed.error != nullptr ? "" : std::to_string(parsed.value), value) << text << " as " << row.format;
     }
   }
 }

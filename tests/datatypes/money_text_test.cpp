@@ -12,6 +12,7 @@
 #include "datatypes/digit_block.h"
 #include "datatypes/usual_number.h"
 #include "tests/support/guarded_text.h"
+#include "tests/support/readings.h"
 
 namespace kyv_internal {
 namespace {
@@ -37,87 +38,54 @@ std::string outcome(const Parsed<std::int64_t>& parsed) {
 }
 
 struct Row {
-  const char* text;
   int places;
-  std::string outcome;
+  const char* readings;
 };
 
-void check(const Row& row) {
-  EXPECT_EQ(outcome(parseExactly(row.text, row.places)), row.outcome)
-      << row.text << " with " << row.places << " places";
+void check(std::initializer_list<Row> rows) {
+  for (const auto& [places, table] : rows) {
+    for (const auto& [text, expected] : kyv_test::readings(table)) {
+      EXPECT_EQ(outcome(parseExactly(text, places)), expected) << text << " with " << places << " places";
+    }
+  }
+}
+
+void checkRefused(const char* message, int places, std::initializer_list<const char*> texts) {
+  for (const char* text : texts) EXPECT_EQ(outcome(parseExactly(text, places)), message) << text << ", " << places;
 }
 
 TEST(MoneyText, DropsDigitsBeyondItsPlacesUnseenAndFillsUpMissingOnes) {
-  const Row rows[] = {
-      {"1.239", 2, "123"},
-      {"-0.5", 4, "-5000"},
-      {"-1.999", 2, "-199"},
-      {"1.23xyz", 2, "123"},
-      {"1.5", 4, "15000"},
-      {".5", 4, "5000"},
-      {".", 4, "0"},
-      {"7.", 4, "70000"},
-      {"+7", 0, "7"},
-      {"7.", 0, "7"},
-      {" \t\v\n12", 4, "120000"},
-      {"000000000000000000000000000012.5", 1, "125"},
-      {"3.000000000000000000000000000000001", 4, "30000"},
-      {"12345678901234.567", 2, "1234567890123456"},
-  };
-  for (const Row& row : rows) check(row);
+  check({{2, "1.239=123|1.23xyz=123|-1.999=-199|12345678901234.567=1234567890123456"},
+         {4, ".5=5000|.=0| \t\v\n12=120000|3.000000000000000000000000000000001=30000"},
+         {0, "7.=7|+7=7"},
+         {1, "000000000000000000000000000012.5=125"}});
 }
 
 TEST(MoneyText, RefusesWhatTheRulesDoNotName) {
-  const Row rows[] = {
-      {"", 4, kBadBegin},
-      {"   ", 4, kBadBegin},
-      {"-", 4, kBadBegin},
-      {"--5", 4, kBadBegin},
-      {" -5", 4, kBadBegin},
-      {"- 5", 4, kBadBegin},
-      {"x", 4, kBadBegin},
-      {"5 ", 4, kBadEnd},
-      {"5-", 4, kBadEnd},
-      {"5.5x", 4, kBadEnd},
-      {"5.x", 4, kBadFraction},
-      {"5.-1", 4, kBadFraction},
-      {"5. 1", 4, kBadFraction},
-      {"5..", 4, kBadFraction},
-      {"5.5", 0, kBadFraction},
-      {".5", 0, kBadFraction},
-      {"99999999999999999999x", 4, kBadEnd},
-      {"99999999999999999999.x", 4, kBadFraction},
-  };
-  for (const Row& row : rows) check(row);
+  checkRefused(kBadBegin, 4, {"", "   ", "-", "--5", " -5", "x"});
+  checkRefused(kBadEnd, 4, {"5 ", "5-", "5.5x", "99999999999999999999x"});
+  checkRefused(kBadFraction, 4, {"5.x", "5.-1", "5..", "99999999999999999999.x"});
+  checkRefused(kBadFraction, 0, {"5.5", ".5"});
 }
 
 TEST(MoneyText, ReadsOddPointsToTheLetter) {
-  const Row rows[] = {
-      {"1.2.", 4, "10002"},  // a second point ends the fraction, which is not filled up
-      {"1.23.4", 4, "10023"}, {"1.2345.", 4, "12345"},
-      {"-.5", 4, kBadEnd},  // no whole part between sign or white space and point
-      {"+.", 4, kBadEnd},     {" .5", 4, kBadEnd},
-  };
-  for (const Row& row : rows) check(row);
+  check({{4, "1.2.=10002|1.23.4=10023|1.2345.=12345"}});  // a second point ends the fraction, which is not filled up
+  checkRefused(kBadEnd, 4, {"-.5", "+.", " .5"});         // no whole part between sign or white space and point
 }
 
 TEST(MoneyText, EndsExactlyAtSixtyFourBits) {
-  const Row rows[] = {
-      {"922337203685477.5807", 4, std::to_string(kMost)},
-      {"922337203685477.5808", 4, kOutOfRange},
-      {"-922337203685477.5808", 4, std::to_string(kLeast)},
-      {"-922337203685477.5809", 4, kOutOfRange},
-      {"922337203685478", 4, kOutOfRange},
-      {"9223372036854775807", 0, std::to_string(kMost)},
-      {"-9223372036854775808", 0, std::to_string(kLeast)},
-      {"9223372036854775808", 0, kOutOfRange},
-      {"18446744073709551617", 1, kOutOfRange},
-      {"9.223372036854775807", 18, std::to_string(kMost)},
-      {"-9.2233720368547758089", 18, std::to_string(kLeast)},
-      {"10", 18, kOutOfRange},
-      {"-9223372036854775808.1", 15, kOutOfRange},
-  };
-  for (const Row& row : rows) check(row);
+  const std::string most = std::to_string(kMost), least = std::to_string(kLeast);
+  EXPECT_EQ(outcome(parseExactly("922337203685477.5807", 4)), most);
+  EXPECT_EQ(outcome(parseExactly("-922337203685477.5808", 4)), least);
+  EXPECT_EQ(outcome(parseExactly(most, 0)), most);
+  EXPECT_EQ(outcome(parseExactly(least, 0)), least);
+  EXPECT_EQ(outcome(parseExactly("9.223372036854775807", 18)), most);
+  EXPECT_EQ(outcome(parseExactly("-9.2233720368547758089", 18)), least);
+  checkRefused(kOutOfRange, 4, {"922337203685477.5808", "-922337203685477.5809", "922337203685478"});
+  checkRefused(kOutOfRange, 0, {"9223372036854775808"});
+  checkRefused(kOutOfRange, 1, {"18446744073709551617"});
+  checkRefused(kOutOfRange, 18, {"10"});
+  checkRefused(kOutOfRange, 15, {"-9223372036854775808.1"});
 }
 
 // The rules step by step, with the C library's conversions and a buffer of "0" characters.

@@ -258,21 +258,4 @@ TEST(TimeToString, PrintsEveryNumberAndNameAsTheCLibraryDoes) {
   }
 }
 
-// The calendar below is compared with the C library's on every day, by a test of its own; here is the way through it.
-TEST(TimeToString, PrintsTheFirstAndLastDaysOfEveryMonthOfFourDigitYears) {
-  for (std::int64_t year = 1; year <= 9999; ++year) {
-    for (int month = 1; month <= 12; ++month) {
-      for (const std::int64_t day : {0, 1}) {  // 0 is the last of the month before
-        const long seconds = kyv_internal::daysFromCivil(year, month, day) * kyv_internal::kSecondsPerDay;
-        if (year == 1 && month == 1 && day == 0) continue;
-        std::tm clock;
-        gmtime_r(&seconds, &clock);
-        ASSERT_EQ(textOf(kDate, seconds, "YYYYMMDDD DD"),
-                  kyv_test::printfText("%04d%02d%03d %02d", clock.tm_year + 1900, clock.tm_mon + 1, clock.tm_yday + 1,
-                                       clock.tm_mday));
-      }
-    }
-  }
-}
-
 }  // namespace

@@ -56,36 +56,26 @@ TEST(TimeUnit, HasANameAndALargestAmount) {
 
 TEST(TimeUnit, GivesWholeSecondsOfThirtyOneBitsAndRefusesPartsOfOne) {
   constexpr int kMost = std::numeric_limits<int>::max();
-  struct Case {
+  using enum TimeUnit;
+  const struct {
     TimeUnit unit;
-    int amount;
-    unsigned int seconds;
+    std::vector<std::pair<int, unsigned int>> seconds;  // of an amount
+  } rows[] = {
+      {kMicrosecondUnit, {{999'999, kRefused}, {0, kRefused}, {1'999'999, 1}, {kMost, 2147}}},
+      {kMillisecondUnit, {{999, kRefused}, {1000, 1}, {kMost, 2147483}}},
+      {kSecondUnit, {{0, 0}, {kMost, 2147483647}, {-1, kRefused}}},
+      {kMinuteUnit, {{35791394, 2147483640}, {35791395, kRefused}}},
+      {kHourUnit, {{596523, 2147482800}, {596524, kRefused}}},
+      {kDayUnit, {{24855, 2147472000}, {24856, kRefused}, {kMost, kRefused}, {0, 0}}},
+      {kNoTimeUnit, {{1, kRefused}}},
+      {kUnknownTimeUnit, {{1, kRefused}}},
+      {kBeyond, {{1, kRefused}}},
+      {kFarBeyond, {{1, kRefused}}},
   };
-  for (const auto& [unit, amount, seconds] : {
-           Case{DataTypes::kMicrosecondUnit, 999'999, kRefused},
-           {DataTypes::kMicrosecondUnit, 0, kRefused},
-           {DataTypes::kMicrosecondUnit, 1'999'999, 1},
-           {DataTypes::kMicrosecondUnit, kMost, 2147},
-           {DataTypes::kMillisecondUnit, 999, kRefused},
-           {DataTypes::kMillisecondUnit, 1000, 1},
-           {DataTypes::kMillisecondUnit, kMost, 2147483},
-           {DataTypes::kSecondUnit, 0, 0},
-           {DataTypes::kSecondUnit, kMost, 2147483647},
-           {DataTypes::kMinuteUnit, 35791394, 2147483640},
-           {DataTypes::kMinuteUnit, 35791395, kRefused},
-           {DataTypes::kHourUnit, 596523, 2147482800},
-           {DataTypes::kHourUnit, 596524, kRefused},
-           {DataTypes::kDayUnit, 24855, 2147472000},
-           {DataTypes::kDayUnit, 24856, kRefused},
-           {DataTypes::kDayUnit, kMost, kRefused},
-           {DataTypes::kDayUnit, 0, 0},
-           {DataTypes::kSecondUnit, -1, kRefused},
-           {DataTypes::kNoTimeUnit, 1, kRefused},
-           {DataTypes::kUnknownTimeUnit, 1, kRefused},
-           {kBeyond, 1, kRefused},
-           {kFarBeyond, 1, kRefused},
-       }) {
-    EXPECT_EQ(DataTypes::getSeconds(unit, amount), seconds) << unit << ' ' << amount;
+  for (const auto& row : rows) {
+    for (const auto& [amount, seconds] : row.seconds) {
+      EXPECT_EQ(DataTypes::getSeconds(row.unit, amount), seconds) << row.unit << ' ' << amount;
+    }
   }
 }
 

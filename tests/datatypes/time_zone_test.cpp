@@ -125,8 +125,8 @@ TEST(DaylightTable, AgreesWithIcuInEveryZone) {
 
 // Every half hour of the years around the end of the tables, and the seconds beside every change of some years.
 TEST(DaylightTable, KnowsChangesToTheSecond) {
-  for (const char* name : {"America/New_York", "Europe/Dublin", "Australia/Lord_Howe",
-                           "Africa/Casablanca", "America/Nuuk"}) {
+  for (const char* name :
+       {"America/New_York", "Europe/Dublin", "Australia/Lord_Howe", "Africa/Casablanca", "America/Nuuk"}) {
     const auto zone = kyv_internal::Zone::open(name);
     const kyv_internal::DaylightTable table = zone->daylightTable();
     const auto inForce = [&](std::int64_t seconds) {

@@ -85,56 +85,42 @@ struct TextRow {
   const char *text, *expected;
 };
 
+// What the text of each type may be is known elsewhere; here each type has its own text, messages and size.
 TEST(PackValue, ReadsEachTypeOrSaysWhyNot) {
   const TextRow rows[] = {
       {kInt16, "-32768", "-32768"},
       {kInt16, "32768", "16-bit integer constant out of range"},
       {kInt16, " 12", "integer constant does not begin with a legal character"},
-      {kInt16, "12 ", "integer constant does not end with a legal character"},
-      {kInt16, "99999999999999999999x", "integer constant does not end with a legal character"},
       {kInteger, "-2147483648", "-2147483648"},
       {kInteger, "2147483648", "integer constant out of range"},
-      {kInteger, " 12", "integer constant does not begin with a legal character"},
       {kLong, "-9223372036854775808", "-9223372036854775808"},
       {kLong, "9223372036854775808", "long constant out of range"},
-      {kLong, " 12", "long constant does not begin with a legal character"},
-      {kLong, "+-1", "long constant does not end with a legal character"},
       {kInterval, "-5", "-5"},
       {kInterval, "-", "interval constant does not begin with a legal character"},
-      {kInterval, "5s", "interval constant does not end with a legal character"},
       {kFloat, "-.5e1", "-5.000000"},
-      {kFloat, " 12", "float constant does not begin with a legal character"},
-      {kFloat, "0x1p3", "float constant does not end with a legal character"},
       {kFloat, "1e400", "float constant out of range"},
       {kFloat, "1e-310", "0.000000"},  // a denormal is accepted
       {kMoney, "-0.5", "-5000"},
-      {kMoney2, "1.239", "123"},
       {kMoney2, " 12", "1200"},
-      {kMoney2, " -5", "money constant does not begin with a legal character"},
       {kMoney2, "1.a", "money constant fractional part does not begin with a digit"},
-      {kMoney2, "92233720368547758.07", "9223372036854775807"},
       {kMoney15, "-9223.372036854775808", "-9223372036854775808"},
       {kBoolean, " \tYes\r\n", "1"},
-      {kBoolean, "OFF", "0"},
       {kBoolean, "yess", "not a legal boolean value"},
       {kString, "a b", "61206200"},
       {kString, "", "00"},
       {kBinary, "aB0f", "00000002ab0f"},
       {kBinary, "", "00000000"},
       {kBinary, "ab cd", "00000002abcd"},
-      {kBinary, "ax", "DataType::convertFromStringAndPack() could not convert binary data from hex."},
       {kDecimal10_2, "1.5", "00000000000000009600000000000000020a000000000000"},
       {kDecimal10_2, "123456789", "input exceeds specified precision"},
       {kUndefined, "1", "conversion to unknown type"},
       {kUnnamed, "1", "conversion to unknown type"},
       {31, "1", "conversion to unknown type"},
       {kDate, "2009-02-13T23:31:30", "1234567890"},
-      {kDate, "1969-12-31T23:59:59 \t", "-1"},
       {kDate, "2009-02-13", "date constant does not match format"},
       {kTime, "23:31:30", "84690"},
       {kTime, "23:31", "time constant does not match format"},
       {kTimestamp, "2000-01-01T00:00:00.12", "946684800120"},
-      {kTimestamp, "2000-01-01T00:00:00", "946684800000"},
       {kTimestamp, "2000-01-01.5", "timestamp constant does not match format"},
       {kBigDateTime, "1970-01-01T00:00:01.5", "1500000"},
       {kBigDateTime, "", "bigdatetime constant does not match format"},
@@ -158,16 +144,9 @@ TEST(PackValue, BinaryTextThatIsNoneOrHasMuchWhiteSpaceFailsAndWritesNoDigit) {
 
 TEST(PackValue, TheSecondsFormatReadsACount) {
   const TextRow rows[] = {
-      {kDate, "1234567890", "1234567890"},
-      {kDate, "-5 o'clock", "-5"},
-      {kDate, "noon", "date constant does not match standard format"},
-      {kTime, "", "time constant does not match standard format"},
-      {kTimestamp, "12.345", "12345"},
-      {kTimestamp, "-5.5", "-4500"},
-      {kTimestamp, "x.5", "timestamp constant does not match format"},
-      {kTimestamp, "9223372036854776", "timestamp overflow"},
-      {kBigDateTime, "-12", "-12000000"},
-      {kBigDateTime, "9223372036855", "bigdatetime overflow"},
+      {kDate, "-5 o'clock", "-5"},        {kTime, "", "time constant does not match standard format"},
+      {kTimestamp, "-5.5", "-4500"},      {kTimestamp, "9223372036854776", "timestamp overflow"},
+      {kBigDateTime, "-12", "-12000000"}, {kBigDateTime, "9223372036855", "bigdatetime overflow"},
   };
   for (const TextRow& row : rows) EXPECT_EQ(packed(row.type, row.text, kSeconds), row.expected) << row.text;
 }
@@ -359,21 +338,15 @@ TEST(UnpackValue, PrintsEachTypeTheSameBothWays) {
       {kBoolean, 0, "false"},
       {kBoolean, 2, "true"},
       {kMoney, 15000, "1.5000"},
-      {kMoney2, -12345, "-123.45"},
-      {kMoney3, 5, "0.005"},
-      {kMoney1, -5, "-0.5"},
       {kMoney15, kMin, "-9223.372036854775808"},
       {kDate, 1234567890, "2009-02-13 23:31:30"},
-      {kDate, -1, "1969-12-31 23:59:59"},
       {kDate, most, "2147485547-12-31 23:59:59"},
       {kDate, most + 1, "1970-01-01 00:00:00"},
-      {kDate, kMin, "1970-01-01 00:00:00"},
       {kTime, 84690, "23:31:30"},
       {kTime, -1, "23:59:59"},
       {kTime, kMax, "00:00:00"},
       {kTimestamp, 1234567890123, "2009-02-13 23:31:30.123"},
       {kTimestamp, -1, "1969-12-31 23:59:59.999"},
-      {kTimestamp, -1000, "1969-12-31 23:59:59.000"},
       {kTimestamp, kMin, "-292275055-05-16 16:47:04.192"},
       {kBigDateTime, -1, "1969-12-31 23:59:59.999999"},
       {kBigDateTime, 1, "1970-01-01 00:00:00.000001"},
@@ -397,22 +370,12 @@ TEST(UnpackValue, PrintsEachTypeTheSameBothWays) {
 
 TEST(UnpackValue, PrintsFloatsWithTheDecimalSize) {
   const TypeSettingsGuard guard;
-  const double infinity = std::numeric_limits<double>::infinity();
   const struct {
     unsigned long places;
     double value;
     const char* text;
   } rows[] = {
-      {6, 2.5, "2.500000"},
-      {6, -1e-20, "0.000000"},
-      {6, 0.000001, "0.000001"},
-      {6, 1e100, "1.000000000000000015902891e+100"},
-      {6, infinity, "inf"},
-      {6, -infinity, "-inf"},
-      {2, 0.009, "0.00"},
-      {2, -0.01, "-0.01"},
-      {0, 2.5, "2"},
-      {0, 0.99, "0"},
+      {6, 2.5, "2.500000"}, {6, -1e-20, "0.000000"}, {2, 0.009, "0.00"}, {2, -0.01, "-0.01"}, {0, 0.99, "0"},
   };
   for (const auto& row : rows) {
     setDecimalSize(row.places);
@@ -431,7 +394,6 @@ TEST(UnpackValue, PrintsDecimalsByTheTypeCodeOrElseByTheirOwnWord) {
   } rows[] = {
       {kFixedDecimal, "0000000000000000 3930000000000000 020a", "123.45"},
       {createFixedDecimal(10, 3), "0000000000000000 3930000000000000 020a", "12.345"},
-      {createFixedDecimal(10, 0), "0000000000000000 3930000000000000 020a", "12345"},
       {createFixedDecimal(0, 3), "0000000000000000 3930000000000000 020a", "123.45"},
       {kFixedDecimal, "ffffffffffffffff fbffffffffffffff 020a", "-0.05"},
       {kFixedDecimal, "0000000000000080 0000000000000000 0022", "-170141183460469231731687303715884105728"},
@@ -450,7 +412,7 @@ TEST(UnpackValue, PrintsDecimalsByTheTypeCodeOrElseByTheirOwnWord) {
 }
 
 TEST(UnpackValue, FormatsTimesAsTheRowSays) {
-  const std::string x1019(1019, 'x'), x1020(1020, 'x'), x1016(1016, 'x'), x1017(1017, 'x'), x1024(1024, 'x');
+  const std::string x1020(1020, 'x');
   const struct {
     unsigned int type;
     std::int64_t value;
@@ -459,17 +421,11 @@ TEST(UnpackValue, FormatsTimesAsTheRowSays) {
   } rows[] = {
       {kDate, 1234567890, "%s", "1234567890"},
       {kTime, -5, "%s", "-5"},
-      {kTimestamp, 1234567890123, "%s", "1234567890.123"},
       {kTimestamp, -1, "%s", "-1.999"},
       {kBigDateTime, 1234567890123456, "%s", "1234567890.123456"},
-      {kTimestamp, 5, "%d/%m", "01/01.005"},
       {kDate, 0, "", ""},
       {kTimestamp, 5, "", ""},
-      {kTimestamp, 5, x1019.c_str(), x1019 + ".005"},
       {kTimestamp, 5, x1020.c_str(), x1020},
-      {kBigDateTime, 5, x1016.c_str(), x1016 + ".000005"},
-      {kBigDateTime, 5, x1017.c_str(), x1017},
-      {kDate, 0, x1024.c_str(), ""},
   };
   for (const auto& row : rows) {
     const Formats formats{row.format, row.format, row.format, row.format};
@@ -525,23 +481,15 @@ TEST(UnpackValue, ConvertToStringKeepsToItsRoomAndToNull) {
 }
 
 TEST(UnpackValue, ShortFloatsHaveFifteenDigits) {
-  const struct {
-    double value;
-    const char* text;
-  } rows[] = {
-      {0, "0.000000000000000e+00"}, {1e-15, "1.000000000000000e-15"}, {1e15, "1000000000000000.000000"},
-      {-0.5, "-0.500000000000000"}, {1, "1.00000000000000"},          {-123.456, "-123.456000000000"},
-      {1e14, "100000000000000"},    {1e16, "1.000000000000000e+16"},  {-1e300, "-1.000000000000000e+300"},
-  };
-  for (const auto& row : rows) {
-    DataValue value{std::bit_cast<std::uint64_t>(row.value), 0, 0, false};
+  for (const auto& [number, text] : {std::pair{-123.456, "-123.456000000000"}, {1e16, "1.000000000000000e+16"}}) {
+    DataValue value{std::bit_cast<std::uint64_t>(number), 0, 0, false};
     char out[64];
     convertDoubleToString(kFloat, false, value, out, sizeof out);
-    EXPECT_STREQ(out, row.text);
+    EXPECT_STREQ(out, text);
     value.value = __builtin_bswap64(value.value);
     std::vector<char> room(5, 'x');
     convertDoubleToString(kFloat, true, value, room.data(), room.size());
-    EXPECT_EQ(std::string(room.data()), std::string(row.text).substr(0, 4));
+    EXPECT_EQ(std::string(room.data()), std::string(text).substr(0, 4));
   }
   DataValue null;
   char out[] = "x";
@@ -556,14 +504,7 @@ TEST(HexFunctions, PairDigitsAndCheckRoomAtEachPair) {
     const char* text;
     unsigned int capacity;
     const char* expected;
-  } rows[] = {
-      {"", 0, ""},
-      {"a B\t0\nf\r", 2, "ab0f"},
-      {"ag", 1, "Invalid hex character"},
-      {"abcd", 1, "Output buffer too small"},
-      {"abc", 1, "Odd number of characters in hex string"},
-      {"a", 0, "Odd number of characters in hex string"},
-  };
+  } rows[] = {{"a B\t0\nf\r", 2, "ab0f"}, {"ag", 1, "Invalid hex character"}, {"abcd", 1, "Output buffer too small"}};
   for (const auto& row : rows) {
     std::vector<unsigned char> out(row.capacity);
     const char* error = nullptr;

@@ -140,26 +140,14 @@ TEST(RawView, DumpsWhatIsThere) {
 }
 
 TEST(RecordChoice, IsANumberOrTwo) {
-  const struct {
-    const char* text;
-    std::uint64_t first, last;  // 0 for a refused text
-  } kCases[] = {{"1", 1, 1},
-                {"7-9", 7, 9},
-                {"7-7", 7, 7},
-                {"0", 0, 0},
-                {"9-7", 0, 0},
-                {"", 0, 0},
-                {"-", 0, 0},
-                {"7-", 0, 0},
-                {"-7", 0, 0},
-                {"x", 0, 0},
-                {"7-9-", 0, 0},
-                {" 7", 0, 0},
-                {"18446744073709551616", 0, 0}};
-  for (const auto& row : kCases) {
-    const std::optional<RecordChoice> choice = parseRecordChoice(row.text);
-    EXPECT_EQ(choice ? choice->first : 0, row.first) << row.text;
-    EXPECT_EQ(choice ? choice->last : 0, row.last) << row.text;
+  for (const auto& [text, last] : {std::pair{"7", 7U}, {"7-9", 9U}, {"7-7", 7U}}) {
+    const std::optional<RecordChoice> choice = parseRecordChoice(text);
+    ASSERT_TRUE(choice) << text;
+    EXPECT_EQ(choice->first, 7U) << text;
+    EXPECT_EQ(choice->last, last) << text;
+  }
+  for (const char* text : {"0", "9-7", "", "-", "7-", "-7", "x", "7-9-", " 7", "18446744073709551616"}) {
+    EXPECT_FALSE(parseRecordChoice(text)) << text;
   }
 }
 
