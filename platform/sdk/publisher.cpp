@@ -5,17 +5,35 @@
 
 namespace kyv_internal {
 
+namespace {
+
+// What is true when a publish is over, however it ends.
+struct Emptied {
+  MessageWriter& writer;
+  std::optional<Delivery>& delivery;
+
+  ~Emptied() {
+    writer.clear();
+    if (delivery) delivery->key.reset();
+  }
+};
+
+}  // namespace
+
 bool MessageWriter::addRecord(std::string_view record, Failure& failure) {
   const std::optional<StreamRecord> checked = StreamRecord::check(*stream_, record, failure);
   if (!checked) return false;
-  const std::size_t keysBefore = keys_.size();
-  if (!checked->appendKey(keys_, failure)) {
-    keys_.resize(keysBefore);
-    return false;
-  }
+  dropLeftovers();
+  if (!checked->appendKey(keys_, failure)) return false;
   records_.append(record);
   parts_.push_back({checked->change(), keys_.size(), records_.size()});
   return true;
+}
+
+// What an addition left that failed, or that ran out of memory.
+void MessageWriter::dropLeftovers() {
+  keys_.resize(parts_.empty() ? 0 : parts_.back().keyEnd);
+  records_.resize(parts_.empty() ? 0 : parts_.back().end);
 }
 
 bool MessageWriter::endRow(Failure& failure) { return row_.end(ended_, failure) && addRecord(ended_, failure); }
@@ -80,28 +98,28 @@ bool Publisher::publish(MessageWriter& writer, Failure& failure) {
   if (own == writers_.end() || findObject<MessageWriter>(own->second).get() != &writer) {
     return fail(failure, KYV_ERROR_USAGE, "the writer belongs to another publisher");
   }
-  const bool done = store_->publish(writer.stream(), writer.rows(), delivery_ ? &*delivery_ : nullptr, failure);
-  writer.clear();
-  if (delivery_) delivery_->key.reset();
-  return done;
+  const Emptied afterwards{writer, delivery_};
+  return store_->publish(writer.stream(), writer.rows(), delivery_ ? &*delivery_ : nullptr, failure);
 }
 
 bool Publisher::takeDelivery(const std::string& adapter, Failure& failure) {
-  return take(adapter, fences_.contains(adapter) ? Take::IfStillMine : Take::IfFree, failure);
+  const auto known = fences_.find(adapter);
+  const bool hadIt = known != fences_.end() && known->second != kNoFence;
+  return take(adapter, hadIt ? Take::IfStillMine : Take::IfFree, failure);
 }
 
 bool Publisher::takeOverDelivery(const std::string& adapter, Failure& failure) {
   return take(adapter, Take::Anyway, failure);
 }
 
+// Nothing that needs memory comes after the store has given the delivery.
 bool Publisher::take(const std::string& adapter, Take how, Failure& failure) {
   if (!isConnected(failure)) return false;
   if (adapter.empty()) return fail(failure, KYV_ERROR_USAGE, "an adapter needs a name");
-  Delivery delivery;
-  delivery.adapter = adapter;
-  if (const auto known = fences_.find(adapter); known != fences_.end()) delivery.fence = known->second;
+  std::int64_t& last = fences_.try_emplace(adapter, kNoFence).first->second;
+  Delivery delivery{adapter, last, {}};
   if (!store_->takeDelivery(adapter, how, delivery.fence, failure)) return false;
-  fences_[adapter] = delivery.fence;
+  last = delivery.fence;
   delivery_ = std::move(delivery);
   return true;
 }

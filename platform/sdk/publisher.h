@@ -33,6 +33,8 @@ class MessageWriter : public HandleObject, public std::enable_shared_from_this<M
   void clear();
 
  private:
+  void dropLeftovers();
+
   struct Part {
     RowChange change;
     std::size_t keyEnd;  // in keys_
@@ -71,6 +73,8 @@ class Publisher : public HandleObject {
   [[nodiscard]] bool setDeliveryKey(const DeliveryKey& key, Failure& failure);
 
  private:
+  static constexpr std::int64_t kNoFence = -1;
+
   bool isConnected(Failure& failure) const;
   bool hasDelivery(Failure& failure) const;
   bool take(const std::string& adapter, Take how, Failure& failure);
@@ -80,7 +84,7 @@ class Publisher : public HandleObject {
   OwnedHandles owned_;
   std::map<std::string, kyv_message_writer_t*> writers_;  // by stream
   std::optional<Delivery> delivery_;                      // while connected, once taken
-  std::map<std::string, std::int64_t> fences_;            // by adapter, the last one that was got; also after a close
+  std::map<std::string, std::int64_t> fences_;  // by adapter, the last one that it got; they outlive connections
 };
 
 }  // namespace kyv_internal

@@ -50,6 +50,7 @@ template <class Value>
 void RowWriter::append(Value value) {
   char bytes[sizeof value];
   store(bytes, value);
+  values_.reserve(values_.size() + sizeof bytes);  // the value and its place, or neither
   offsets_.push_back(static_cast<std::int32_t>(values_.size()));
   values_.append(bytes, sizeof bytes);
 }

@@ -33,17 +33,21 @@ MessageReader::MessageReader(StreamPointer stream, RowChunk chunk)
       row_(std::make_shared<RowReader>(std::move(stream))),
       handle_(owned_.add<kyv_row_reader_t>(row_)) {}
 
+// Does not go on behind a damaged row.
 kyv_row_reader_t* MessageReader::next(Failure& failure) {
   row_->record.reset();
   if (next_ == chunk_.rows.size()) return nullptr;
-  const RowChunk::Row& stored = chunk_.rows[next_++];
+  const RowChunk::Row& stored = chunk_.rows[next_];
   Failure reason;
   row_->number = stored.number;
   row_->record = StreamRecord::check(*row_->stream, chunk_.record(stored), reason);
-  if (row_->record) return handle_;
-  fail(failure, KYV_ERROR_STORE, "row %lld of stream '%s' is damaged: %s", static_cast<long long>(stored.number),
-       row_->stream->name.c_str(), reason.message.c_str());
-  return nullptr;
+  if (!row_->record) {
+    fail(failure, KYV_ERROR_STORE, "row %lld of stream '%s' is damaged: %s", static_cast<long long>(stored.number),
+         row_->stream->name.c_str(), reason.message.c_str());
+    return nullptr;
+  }
+  ++next_;
+  return handle_;
 }
 
 bool Subscriber::connect(Failure& failure) {
@@ -84,14 +88,15 @@ kyv_subscriber_event_t* Subscriber::next(Failure& failure) {
   event_.clear();
   RowChunk chunk;
   if (!store_->read(*stream_, last_, chunk, failure)) return nullptr;
+  const std::int64_t last = chunk.rows.empty() ? last_ : chunk.rows.back().number;
   auto event = std::make_shared<SubscriberEvent>();
   if (!chunk.rows.empty()) {
-    const std::int64_t last = chunk.rows.back().number;
     event->type = KYV_EVENT_ROWS;
     event->reader = event->owned.add<kyv_message_reader_t>(std::make_shared<MessageReader>(stream_, std::move(chunk)));
-    last_ = last;
   }
-  return event_.add<kyv_subscriber_event_t>(std::move(event));
+  kyv_subscriber_event_t* const handle = event_.add<kyv_subscriber_event_t>(std::move(event));
+  last_ = last;  // the rows are given
+  return handle;
 }
 
 }  // namespace kyv_internal

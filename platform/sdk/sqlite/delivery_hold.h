@@ -6,25 +6,47 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "platform/sdk/failure.h"
 
 namespace kyv_internal {
 
+// A lock, while it lives; or none. The locks that it came from must outlive it.
 class DeliveryHold {
  public:
   DeliveryHold() = default;
-  DeliveryHold(const DeliveryHold&) = delete;
-  DeliveryHold& operator=(const DeliveryHold&) = delete;
+  DeliveryHold(DeliveryHold&& other) noexcept { swap(other); }
+  DeliveryHold& operator=(DeliveryHold other) noexcept {
+    swap(other);
+    return *this;
+  }
   ~DeliveryHold();
+
+ private:
+  friend class DeliveryLocks;
+  DeliveryHold(int descriptor, std::int64_t place) : descriptor_(descriptor), place_(place) {}
+  void swap(DeliveryHold& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    std::swap(place_, other.place_);
+  }
+
+  int descriptor_ = -1;
+  std::int64_t place_ = 0;
+};
+
+class DeliveryLocks {
+ public:
+  DeliveryLocks() = default;
+  DeliveryLocks(const DeliveryLocks&) = delete;
+  DeliveryLocks& operator=(const DeliveryLocks&) = delete;
+  ~DeliveryLocks();
 
   // Opens the file of a project's locks, and makes it when it is not there. Again does nothing.
   [[nodiscard]] bool open(const std::string& projectFile, Failure& failure);
-  // Whether another holds the delivery with a fence.
+  // Whether another holds an adapter's delivery with a fence.
   [[nodiscard]] bool isHeldByOther(std::int64_t adapter, std::int64_t fence, bool& held, Failure& failure) const;
-  // Holds it too. What was held before stays held.
-  [[nodiscard]] bool hold(std::int64_t adapter, std::int64_t fence, Failure& failure);
-  void letGo(std::int64_t adapter, std::int64_t fence);
+  [[nodiscard]] bool hold(std::int64_t adapter, std::int64_t fence, DeliveryHold& hold, Failure& failure) const;
 
  private:
   bool fails(Failure& failure) const;

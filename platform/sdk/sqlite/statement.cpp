@@ -10,28 +10,29 @@ bool Statement::prepare(sqlite3* connection, std::string_view sql) {
   return result == SQLITE_OK;
 }
 
-Statement& Statement::bind(int parameter, std::int64_t value) {
-  sqlite3_bind_int64(statement_.get(), parameter, value);
+Run::~Run() {
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+Run& Run::bind(int parameter, std::int64_t value) {
+  note(sqlite3_bind_int64(statement_, parameter, value));
   return *this;
 }
 
-Statement& Statement::bindNull(int parameter) {
-  sqlite3_bind_null(statement_.get(), parameter);
+Run& Run::bindText(int parameter, std::string_view text) {
+  note(sqlite3_bind_text64(statement_, parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
   return *this;
 }
 
-Statement& Statement::bindText(int parameter, std::string_view text) {
-  sqlite3_bind_text64(statement_.get(), parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+Run& Run::bindBytes(int parameter, std::string_view bytes) {
+  note(sqlite3_bind_blob64(statement_, parameter, bytes.data(), bytes.size(), SQLITE_STATIC));
   return *this;
 }
 
-Statement& Statement::bindBytes(int parameter, std::string_view bytes) {
-  sqlite3_bind_blob64(statement_.get(), parameter, bytes.data(), bytes.size(), SQLITE_STATIC);
-  return *this;
-}
-
-Statement::Step Statement::step() {
-  switch (sqlite3_step(statement_.get())) {
+Step Run::step() {
+  if (!bound_) return Step::Failed;
+  switch (sqlite3_step(statement_)) {
     case SQLITE_ROW:
       return Step::Row;
     case SQLITE_DONE:
@@ -41,21 +42,19 @@ Statement::Step Statement::step() {
   }
 }
 
-void Statement::reset() { sqlite3_reset(statement_.get()); }
-
-bool Statement::run() {
-  const Step result = step();
-  reset();
-  return result != Step::Failed;
+bool Run::finish() {
+  Step last = step();
+  while (last == Step::Row) last = step();
+  return last == Step::Done;
 }
 
-std::int64_t Statement::number(int column) const { return sqlite3_column_int64(statement_.get(), column); }
+std::int64_t Run::number(int column) const { return sqlite3_column_int64(statement_, column); }
 
-bool Statement::isNull(int column) const { return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL; }
+bool Run::isNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
-std::string_view Statement::bytes(int column) const {
-  const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(statement_.get(), column));
-  return {bytes, bytes != nullptr ? static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column)) : 0};
+std::string_view Run::bytes(int column) const {
+  const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+  return {bytes, bytes != nullptr ? static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)) : 0};
 }
 
 }  // namespace kyv_internal

@@ -14,7 +14,8 @@
  * done with them before; a handle's value is never used again. "Belongs to" says with whose release a handle dies.
  * Texts given are copied. Threads: any thread may call, and two threads may use two handles at once, but a publisher
  * with its writers, a subscriber with its events and an error object are used by one thread at a time. Exceptions: none
- * leaves a call; when memory is exhausted the call fails with KYV_ERROR_STORE. */
+ * leaves a call; when memory is exhausted the call fails with KYV_ERROR_STORE, and may be tried again. Processes: a
+ * child of fork uses no handle that its parent made. */
 
 #include <stdint.h>
 
@@ -125,9 +126,9 @@ KYV_EXPORT kyv_message_writer_t* kyv_publisher_get_writer(kyv_publisher_t* publi
 KYV_EXPORT int32_t kyv_message_writer_add_record(kyv_message_writer_t* writer, const void* record, uint32_t size,
                                                  kyv_error_t* error);
 /* Publishes the rows of a writer, all or none, with the delivery key that was set for them; they are durable when the
- * call returns 0. Without rows only the key is stored. The writer is empty afterwards in any case. In a log every row
- * must be an insert or upsert. In a table an insert needs a new key, update and delete (5) one that is there; deleting
- * with 13 does not care. */
+ * call returns 0. Without rows only the key is stored. The writer is empty afterwards, whether or not it succeeds (but
+ * for KYV_ERROR_USAGE, after which nothing has changed). In a log every row must be an insert or upsert. In a table an
+ * insert needs a new key, update and delete (5) one that is there; deleting with 13 does not care. */
 KYV_EXPORT int32_t kyv_publisher_publish(kyv_publisher_t* publisher, kyv_message_writer_t* writer, kyv_error_t* error);
 
 /* The builder of rows, value by value in column order. Belongs to the publisher. */
@@ -147,7 +148,8 @@ KYV_EXPORT int32_t kyv_relative_rowwriter_set_boolean(kyv_relative_rowwriter_t* 
                                                       kyv_error_t* error);
 /* Of a column of any type. */
 KYV_EXPORT int32_t kyv_relative_rowwriter_set_null(kyv_relative_rowwriter_t* writer, kyv_error_t* error);
-/* Appends the row to the writer; one that lacks columns, or a key, is dropped with KYV_ERROR_REFUSED. */
+/* Appends the row to the writer; one that lacks columns, or a key, is refused. The row is over, also after a failure.
+ */
 KYV_EXPORT int32_t kyv_relative_rowwriter_end_row(kyv_relative_rowwriter_t* writer, kyv_error_t* error);
 
 /* --- Guaranteed delivery ------------------------------------------------------------------------------------------ */
@@ -206,8 +208,9 @@ KYV_EXPORT kyv_subscriber_event_t* kyv_subscriber_get_next_event(kyv_subscriber_
 KYV_EXPORT int32_t kyv_subscriber_event_get_type(kyv_subscriber_event_t* event, kyv_error_t* error);
 /* The rows of an event, before the first; an end has none. Belongs to the event. */
 KYV_EXPORT kyv_message_reader_t* kyv_subscriber_event_get_reader(kyv_subscriber_event_t* event, kyv_error_t* error);
-/* Goes on to the next row. Null after the last, with an empty error object, and null with a message on failure. The row
- * belongs to the event; the call after this one ends its life, or makes it the next row. */
+/* Goes on to the next row. Null after the last, with an empty error object, and null with a message on failure: it
+ * never goes on behind a damaged row. The row belongs to the event; the call after this one ends its life, or makes it
+ * the next row. */
 KYV_EXPORT kyv_row_reader_t* kyv_message_reader_next_row(kyv_message_reader_t* reader, kyv_error_t* error);
 /* The row's record, in the host's byte order, and its size in bytes; null on failure. It lives as long as the event. */
 KYV_EXPORT const void* kyv_row_reader_get_record(kyv_row_reader_t* row, uint32_t* size, kyv_error_t* error);
