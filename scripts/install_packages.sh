@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that the tree needs, and is the only place that names them.
 #
-#   scripts/install_packages.sh GROUP...     groups: build, test, check, browser
+#   scripts/install_packages.sh GROUP...     groups: build, test, check, browser, server
 #
 # Packages that are there already cost one look-up: then nothing is downloaded and no network is needed.
 set -euo pipefail
 
-build=(build-essential cmake ninja-build icu-devtools libicu-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev)
+build=(build-essential cmake ninja-build icu-devtools libicu-dev libsqlite3-dev libpq-dev libcli11-dev nlohmann-json3-dev)
 test=(binutils libbenchmark-dev libgmock-dev libgtest-dev pkg-config)
 browser=(chromium)  # 120 MB to download; only the test of the page of `kyv inspect` uses it
+server=(postgresql)  # only tests on clusters and scripts/cluster.sh use it, and start servers of their own
 check=(ccache clang clang-format clang-tidy libclang-rt-14-dev)
 
 wanted=()
@@ -18,7 +19,8 @@ for group in "$@"; do
     test) wanted+=("${test[@]}") ;;
     check) wanted+=("${check[@]}") ;;
     browser) wanted+=("${browser[@]}") ;;
-    *) echo "$0: no group of packages is called '$group' (build, test, check, browser)" >&2; exit 2 ;;
+    server) wanted+=("${server[@]}") ;;
+    *) echo "$0: no group of packages is called '$group' (build, test, check, browser, server)" >&2; exit 2 ;;
   esac
 done
 
@@ -55,6 +57,15 @@ update_lists() {
   echo "The package lists could not be updated; going on with those that are there." >&2
 }
 
+# Unless told otherwise beforehand, the package of the server makes a database and starts to serve it.
+keep_server_quiet() {
+  local settings=/etc/postgresql-common/createcluster.conf
+  [ ! -e "$settings" ] || return 0
+  "${as_root[@]}" mkdir -p "$(dirname "$settings")"
+  echo "create_main_cluster = false" | "${as_root[@]}" tee "$settings" >/dev/null
+}
+
 echo "Installing ${missing[*]}"
 update_lists
+[[ " ${missing[*]} " != *" postgresql "* ]] || keep_server_quiet
 apt install -y --no-install-recommends "${missing[@]}" >/dev/null

@@ -420,7 +420,7 @@ TEST_P(EventStoreTest, AHolderThatDiesLetsItsDeliveryGo) {
   for (const int end : pipeEnds) close(end);
 }
 
-INSTANTIATE_TEST_SUITE_P(Stores, EventStoreTest, testing::Values("sqlite"),
+INSTANTIATE_TEST_SUITE_P(Stores, EventStoreTest, testing::Values("sqlite", "postgres"),
                          [](const auto& store) { return std::string(store.param); });
 
 }  // namespace
