@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "datatypes/cached_zone.h"
+#include "datatypes/found_fields.h"
 #include "datatypes/model_layout.h"
 #include "datatypes/model_printer.h"
 #include "datatypes/model_reader.h"

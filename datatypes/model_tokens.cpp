@@ -1,7 +1,7 @@
 #include "datatypes/model_tokens.h"
 
+#include "datatypes/found_fields.h"
 #include "datatypes/model_printer.h"
-#include "datatypes/model_reader.h"
 
 namespace kyv_internal {
 namespace {

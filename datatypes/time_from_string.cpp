@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 
+#include "datatypes/found_fields.h"
 #include "datatypes/model_reader.h"
 #include "datatypes/time_zone.h"
 
