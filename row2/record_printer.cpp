@@ -169,6 +169,12 @@ void appendJsonColumn(const StoredColumn& column, const FormatSet& formats, Byte
 }  // namespace
 
 struct RecordPrinter::Parts {
+  struct Printed {
+    std::size_t index;  // outside the record for a column that is always NULL
+    ColumnType type;
+    std::string jsonKey;
+  };
+
   explicit Parts(const ConnectionRowType& schema) : streamName(schema.getStreamName()), schemaTypes(typesOf(schema)) {
     for (int i = 0; i < schema.getColumnCount(); ++i) addColumn(i, schema.getColumnName(i));
   }
@@ -177,9 +183,7 @@ struct RecordPrinter::Parts {
     constexpr auto kNowhere = static_cast<std::size_t>(-1);
     const auto index = static_cast<std::size_t>(column);
     const bool isThere = index < schemaTypes.size();
-    indexes.push_back(isThere ? index : kNowhere);
-    types.push_back(isThere ? schemaTypes[index] : ColumnType());
-    jsonKeys.push_back(jsonKey(name));
+    columns.push_back({isThere ? index : kNowhere, isThere ? schemaTypes[index] : ColumnType(), jsonKey(name)});
   }
 
   // Changes a format or the separator.
@@ -191,31 +195,28 @@ struct RecordPrinter::Parts {
 
   void appendDelimitedColumns(const RowReader& reader, ByteBuffer& out) const {
     const FormatSet set = formats.set();
-    for (std::size_t i = 0; i < types.size(); ++i) {
-      const std::span<const unsigned char> value = reader.column(indexes[i]);
+    for (const Printed& column : columns) {
+      const std::span<const unsigned char> value = reader.column(column.index);
       char* const begin = out.prepare(kColumnRoom + 2 * value.size());
       char* end = begin;
-      if (i != 0) *end++ = separator;
-      end = printDelimitedColumn(types[i], value, set, delimited, end);
+      if (&column != columns.data()) *end++ = separator;
+      end = printDelimitedColumn(column.type, value, set, delimited, end);
       out.commit(static_cast<std::size_t>(end - begin));
     }
   }
 
   void appendJsonColumns(const RowReader& reader, ByteBuffer& out) const {
     const FormatSet set = formats.set();
-    for (std::size_t i = 0; i < types.size(); ++i) {
-      if (i != 0) out.append(",");
-      out.append(jsonKeys[i]);
-      appendJsonColumn({types[i], reader.column(indexes[i])}, set, out);
+    for (const Printed& column : columns) {
+      if (&column != columns.data()) out.append(",");
+      out.append(column.jsonKey);
+      appendJsonColumn({column.type, reader.column(column.index)}, set, out);
     }
   }
 
   std::string streamName;
   std::vector<ColumnType> schemaTypes;
-  // Of the columns to print; an index outside the record for one that is always NULL.
-  std::vector<std::size_t> indexes;
-  std::vector<ColumnType> types;
-  std::vector<std::string> jsonKeys;
+  std::vector<Printed> columns;
   kyv_internal::RowFormats formats;
   char separator = ',';
   DelimitedForm delimited{separator, formats};
@@ -235,9 +236,7 @@ void RecordPrinter::setSeparator(char separator) { parts_->set(parts_->separator
 void RecordPrinter::setWithService(bool withService) { parts_->withService = withService; }
 
 void RecordPrinter::setColumns(const std::vector<Column>& columns) {
-  parts_->indexes.clear();
-  parts_->types.clear();
-  parts_->jsonKeys.clear();
+  parts_->columns.clear();
   for (const Column& column : columns) parts_->addColumn(column.index, column.name.c_str());
 }
 
@@ -268,7 +267,7 @@ bool RecordPrinter::appendJson(const void* record, unsigned long recordNo, Conne
     const char operation[] = {',', '"', 'o', 'p', '"', ':', '"', letter, '"'};
     out.append({operation, sizeof operation});
     if (reader.shinesThrough()) out.append(",\"flags\":\"s\"");
-    if (!parts_->types.empty()) out.append(",");
+    if (!parts_->columns.empty()) out.append(",");
   }
   parts_->appendJsonColumns(reader, out);
   out.append("}\n");
