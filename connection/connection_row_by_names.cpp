@@ -85,10 +85,8 @@ void* ConnectionRowByNames::toRow(ConnectionCallback*, unsigned long recordNo, C
   if (!readFlags(*fields_, shineThrough, recordNo, errors)) return nullptr;
   const std::span<const kyv_internal::RowField> fields =
       columns_->fieldsOf(*streamType_, prepared_->schema, columns.size(), *fields_);
-  std::size_t textBytes = 0;
-  for (const kyv_internal::RowField& field : fields) textBytes += field.size;
   return kyv_internal::buildRecord({*streamType_, prepared_->formats, columns, fields, operation, shineThrough,
-                                    recordNo, prepared_->schema.ownBytes(), textBytes},
+                                    recordNo, prepared_->schema.ownBytes(), columns_->textBytes()},
                                    errors, failedColumn_);
 }
 

@@ -26,7 +26,11 @@ std::span<const RowField> NamedColumns::fieldsOf(const ConnectionRowType& schema
     namesVersion_ = fields.version();
   }
   if (!known || !reader.neverChanges()) find(schema, fields);
-  for (std::size_t i = 0; i < count; ++i) fields_[i] = fields.text(slots_[i]);
+  textBytes_ = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    fields_[i] = fields.text(slots_[i]);
+    textBytes_ += fields_[i].size;
+  }
   return fields_;
 }
 

@@ -22,12 +22,16 @@ class NamedColumns {
   std::span<const RowField> fieldsOf(const ConnectionRowType& schema, const SchemaReader& reader, std::size_t count,
                                      const NamedFields& fields);
 
+  // Characters of the texts of the last such fields.
+  std::size_t textBytes() const { return textBytes_; }
+
  private:
   bool isUpToDate(const SchemaReader& reader, std::size_t count, const NamedFields& fields) const;
   void find(const ConnectionRowType& schema, const NamedFields& fields);
 
   std::vector<NamedFields::Slot> slots_;  // of each column
   std::vector<RowField> fields_;          // of each column
+  std::size_t textBytes_ = 0;
   std::uint64_t schemaVersion_ = 0;       // what the slots were found for
   std::uint64_t namesVersion_ = 0;
 };
