@@ -64,6 +64,7 @@ bool FieldOrder::useHeader(const std::vector<std::string>& names) {
 
 bool FieldOrder::useNumbers() {
   permutation_.setExternalCount(kMostPermutedFields);
+  numbered_ = true;
   return prepare();
 }
 
@@ -88,7 +89,22 @@ bool FieldOrder::prepare() {
 std::string FieldOrder::fault() const {
   std::string text = "--permutation: " + printableClipped(error_, kMostMessageBytes);
   const auto pair = permutation_.faultyPair();
-  return pair ? text + '\n' + markedText(text_, pair->begin, pair->end) : text;
+  if (!pair) return text;
+  text += '\n' + markedText(text_, pair->begin, pair->end);
+  return numbered_ ? text + "\nwithout --header the fields are called field_00, field_01, ... field_998" : text;
+}
+
+std::string FieldOrder::namedTwice() const {
+  const std::vector<std::string>& names = permutation_.externalOrder();
+  for (std::size_t field = 0; field < names.size(); ++field) {
+    const auto same = [&](const std::string& name) { return name == names[field]; };
+    const auto again = std::find_if(names.begin() + static_cast<std::ptrdiff_t>(field) + 1, names.end(), same);
+    if (again == names.end() || columnOf(static_cast<int>(field)) < 0) continue;
+    return strprintf("the header has \"%s\" as field %zu and again as field %zu; field %zu is taken",
+                     printableClipped(names[field], kMostMessageBytes).c_str(), field + 1,
+                     static_cast<std::size_t>(again - names.begin()) + 1, field + 1);
+  }
+  return "";
 }
 
 int FieldOrder::fieldOf(int column) const {
@@ -103,9 +119,11 @@ int FieldOrder::columnOf(int field) const {
 
 std::string FieldOrder::refuse(std::size_t fields) const {
   if (headerFields_ != 0 && fields != headerFields_) {
-    return strprintf("has %zu fields, the header has %zu", fields, headerFields_);
+    return "has " + counted(fields, "field") + strprintf(", the header has %zu", headerFields_);
   }
-  if (fields < neededFields_) return strprintf("has %zu fields, the permutation needs %zu", fields, neededFields_);
+  if (fields < neededFields_) {
+    return "has " + counted(fields, "field") + strprintf(", the permutation needs %zu", neededFields_);
+  }
   if (fields > kMostPermutedFields) {
     return strprintf("has %zu fields, a permutation takes at most %d", fields, kMostPermutedFields);
   }

@@ -33,6 +33,8 @@ class FieldOrder {
   std::string fault() const;
 
   const ConnectionPermutation& permutation() const { return permutation_; }
+  // Which paired field's name stands in the header again, and which is taken; empty without one.
+  std::string namedTwice() const;
   // The position of a column's field, or kNoField.
   int fieldOf(int column) const;
   // The column of a field, or -1.
@@ -46,6 +48,7 @@ class FieldOrder {
   ConnectionPermutation permutation_;
   std::string text_;
   std::string error_;
+  bool numbered_ = false;         // fields are called by their number
   std::size_t headerFields_ = 0;  // fields that every line must have; 0 without a header
   std::size_t neededFields_ = 0;  // fields that a line must have at least
 };

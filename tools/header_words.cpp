@@ -23,10 +23,6 @@ constexpr std::array kOperations = {
     Operation{StreamInterface::Delete, "delete (d)"}, Operation{StreamInterface::Upsert, "upsert (p)"},
     Operation{StreamInterface::SecondDelete, "delete (d), second form"}};
 
-std::string counted(std::size_t count, const char* noun) {
-  return strprintf("%zu %s%s", count, noun, count == 1 ? "" : "s");
-}
-
 HeaderWord lengthWord(const RecordWords& record) {
   const std::int32_t length = record.hostWord(kLengthOffset).value_or(0);
   HeaderWord word = {kLengthOffset, "length", strprintf("%d bytes", length), ""};

@@ -113,6 +113,10 @@ std::string escapedClipped(std::string_view text, std::size_t most) {
   return escaped(head) + kLeftOut + escaped(tail);
 }
 
+std::string counted(std::size_t count, const char* noun) {
+  return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
 std::size_t countCharacters(std::string_view text) {
   return static_cast<std::size_t>(
       std::count_if(text.begin(), text.end(), [](char byte) { return !continuesCharacter(byte); }));

@@ -23,6 +23,9 @@ std::string escaped(std::string_view text);
 // The same, with the middle left out where the text has more than `most` bytes.
 std::string escapedClipped(std::string_view text, std::size_t most);
 
+// A count with its noun: "1 field", "2 fields".
+std::string counted(std::size_t count, const char* noun);
+
 // Whether a byte continues a UTF-8 character, and so takes no place of its own on the screen.
 inline bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 

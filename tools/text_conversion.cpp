@@ -22,8 +22,11 @@ bool readFieldOrder(const CommandOptions& options, const TextLayout& layout, con
   order = std::make_shared<FieldOrder>();
   const bool good = order->read(options.permutation, schema) && (layout.header.value_or(false) || order->useNumbers());
   if (!good) complainInLines(order->fault());
-  plan.takeHeader = [order, layout](std::string_view text) {
-    return order->useHeader(headerNames(text, layout)) ? "" : order->fault();
+  plan.takeHeader = [order, layout, quiet = options.quiet](std::string_view text) -> std::string {
+    if (!order->useHeader(headerNames(text, layout))) return order->fault();
+    const std::string twice = order->namedTwice();
+    if (!twice.empty() && !quiet) note(twice);
+    return "";
   };
   return good;
 }

@@ -74,6 +74,15 @@ TEST_F(Permuted, LinesAreReadAndWrittenInAnotherOrder) {
   for (const auto& row : kCases) EXPECT_EQ(through(row.text, row.convert, row.print), row.out) << row.what;
 }
 
+TEST_F(Permuted, TheFirstOfTwoFieldsOfOneNameIsTakenAloud) {
+  write("twice.csv", "x,code,title,x,code\n0,1,Ann,0,2\n");
+  const std::string command = "kyv convert -s people.json --permutation Id=code:Name=title twice.csv -o out.rows ";
+  EXPECT_THAT(run(command).err,
+              StartsWith("kyv: note: the header has \"code\" as field 2 and again as field 5; field 2 is taken\n"));
+  EXPECT_EQ(run(command + "-q").err, "");
+  EXPECT_EQ(run("kyv print -q -s people.json out.rows").out, "1,Ann,\n");
+}
+
 TEST_F(Permuted, ThreadsChangeNothing) {
   const Outcome outcome =
       run(std::string("{ echo code,born,title; seq -f '%.0f,,Ann' 300000; } > many.csv\n"
@@ -113,7 +122,7 @@ TEST_F(Permuted, LinesWithoutHeaderNeedThePairedFieldsOnly) {
   write("bad.csv", "1,Ann,x\n1,Ann\n1\n");
   const std::string command = "kyv convert -s people.json --no-header --permutation Id=field_00:Name=field_01 ";
   EXPECT_THAT(run(command + "bad.csv -o out.rows").err,
-              StartsWith("bad.csv:3: record 3: has 1 fields, the permutation needs 2\n"));
+              StartsWith("bad.csv:3: record 3: has 1 field, the permutation needs 2\n"));
   const Outcome outcome = run("yes , 2>/dev/null | head -n 999 | tr -d '\\n' | " + command + "- -o out.rows");
   EXPECT_THAT(outcome.err, StartsWith("<stdin>:1: record 1: has 1000 fields, a permutation takes at most 999\n"));
   EXPECT_THAT(run(command + "--service - -o out.rows <<< people").err,
@@ -146,9 +155,11 @@ TEST_F(Permuted, AWrongTextIsShownWithACaretUnderThePair) {
        "Misformatted permutation, platform field 'ü' is unknown\n    ü=code:Name=name\n    ^~~~~~\n"},
       {"convert foreign.csv --no-header --permutation Id=field_00:Name=title",
        "Misformatted permutation, external field 'title' is unknown\n"
-       "    Id=field_00:Name=title\n                ^~~~~~~~~~\n"},
+       "    Id=field_00:Name=title\n                ^~~~~~~~~~\n"
+       "without --header the fields are called field_00, field_01, ... field_998\n"},
       {"convert foreign.csv --no-header --permutation Id=field_999",
-       "Misformatted permutation, external field 'field_999' is unknown\n    Id=field_999\n    ^~~~~~~~~~~~\n"},
+       "Misformatted permutation, external field 'field_999' is unknown\n    Id=field_999\n    ^~~~~~~~~~~~\n"
+       "without --header the fields are called field_00, field_01, ... field_998\n"},
       {"print foreign.csv --permutation Id=a:Id=b",
        "Misformatted permutation string, platform field name 'Id' used twice\n    Id=a:Id=b\n         ^~~~\n"},
       {"print foreign.csv --permutation $'Id=a\\e:b'",
