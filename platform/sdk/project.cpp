@@ -17,9 +17,11 @@ Stream::Stream(Address project, StreamDefinition stream)
       definition(std::make_shared<const StreamDefinition>(std::move(stream))),
       schema(owned.add<kyv_schema_t>(std::make_shared<Schema>(definition))) {}
 
-bool Project::connect(Failure& failure) {
+bool Project::connect(IfMissing ifMissing, Failure& failure) {
   const std::lock_guard lock(mutex_);
-  if (store_ == nullptr) store_ = openStore(*address_, failure);
+  ProjectAddress address = *address_;
+  address.ifMissing = ifMissing;
+  if (store_ == nullptr) store_ = openStore(address, failure);
   return store_ != nullptr;
 }
 

@@ -39,7 +39,7 @@ class Project : public HandleObject {
  public:
   explicit Project(Address address) : address_(std::move(address)) {}
 
-  [[nodiscard]] bool connect(Failure& failure);
+  [[nodiscard]] bool connect(IfMissing ifMissing, Failure& failure);
   // Null, with a failure, unless it is connected.
   Address connectedAddress(Failure& failure);
   // Null on failure.

@@ -9,6 +9,9 @@
 
 namespace kyv_internal {
 
+// What becomes of a project that is opened and is not there: it is made, or that is KYV_ERROR_MISSING.
+enum class IfMissing { Create, Fail };
+
 // Every part is safe in a file name: letters, digits and "_", "-", ".", the last not at the start; parts of the path
 // are separated by "/".
 struct ProjectAddress {
@@ -16,6 +19,7 @@ struct ProjectAddress {
   std::string workspace;  // usually "default"
   std::string path;
   std::string number;  // digits
+  IfMissing ifMissing = IfMissing::Create;
 };
 
 [[nodiscard]] bool parseProjectUri(std::string_view text, ProjectAddress& address, Failure& failure);

@@ -2,6 +2,10 @@
 
 namespace kyv_internal {
 
+bool refuseMissingProject(const ProjectAddress& project, Failure& failure) {
+  return fail(failure, KYV_ERROR_MISSING, "there is no project '%s:%s'", project.path.c_str(), project.number.c_str());
+}
+
 bool refuseOtherDefinition(const std::string& stream, Failure& failure) {
   return fail(failure, KYV_ERROR_REFUSED, "stream '%s' is there with another definition", stream.c_str());
 }

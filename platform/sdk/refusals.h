@@ -9,6 +9,7 @@
 
 namespace kyv_internal {
 
+bool refuseMissingProject(const ProjectAddress& project, Failure& failure);
 bool refuseOtherDefinition(const std::string& stream, Failure& failure);
 bool refuseMissingStream(const std::string& stream, Failure& failure);
 // There is none of this definition.

@@ -19,6 +19,7 @@ using kyv_internal::Failure;
 using kyv_internal::findObject;
 using kyv_internal::findStream;
 using kyv_internal::hasText;
+using kyv_internal::IfMissing;
 using kyv_internal::kFailed;
 using kyv_internal::parseProjectUri;
 using kyv_internal::Project;
@@ -102,7 +103,13 @@ kyv_project_t* kyv_project_get(kyv_uri_t* uri, kyv_credentials_t*, kyv_options_t
 }
 
 std::int32_t kyv_project_connect(kyv_project_t* project, kyv_error_t* error) {
-  return doOn<Project>(project, error, [](Project& held, Failure& failure) { return held.connect(failure); });
+  return doOn<Project>(project, error,
+                       [](Project& held, Failure& failure) { return held.connect(IfMissing::Create, failure); });
+}
+
+std::int32_t kyv_project_connect_existing(kyv_project_t* project, kyv_error_t* error) {
+  return doOn<Project>(project, error,
+                       [](Project& held, Failure& failure) { return held.connect(IfMissing::Fail, failure); });
 }
 
 kyv_stream_t* kyv_project_define_stream(kyv_project_t* project, const char* name, std::int32_t id,

@@ -32,9 +32,11 @@ void runSql(const fs::path& path, const char* sql) {
   sqlite3_close(connection);
 }
 
-std::string whyNot() {
+std::string whyNot(IfMissing ifMissing = IfMissing::Create) {
   Failure failure;
-  const auto store = openStore(kProject, failure);
+  ProjectAddress project = kProject;
+  project.ifMissing = ifMissing;
+  const auto store = openStore(project, failure);
   return store != nullptr ? "" : failure.message;
 }
 
@@ -50,6 +52,17 @@ TEST_F(ProjectFileTest, LiesInAFolderThatIsMade) {
   EXPECT_EQ(whyNot(), "");
   EXPECT_TRUE(fs::exists(file()));
   EXPECT_EQ(whyNot(), "") << "and is opened again";
+}
+
+TEST_F(ProjectFileTest, IsNotMadeForWhoOnlyReads) {
+  EXPECT_EQ(whyNot(IfMissing::Fail), "there is no project 'orders:1'");
+  EXPECT_FALSE(fs::exists(file().parent_path()));
+  fs::create_directory(file().parent_path());
+  write(file(), "");
+  EXPECT_EQ(whyNot(IfMissing::Fail), "there is no project 'orders:1'");
+  EXPECT_EQ(readAll(file()), "");
+  EXPECT_EQ(whyNot(), "");
+  EXPECT_EQ(whyNot(IfMissing::Fail), "");
 }
 
 TEST_F(ProjectFileTest, OthersFilesAreRefusedAndLeftAsTheyAre) {
@@ -106,7 +119,7 @@ TEST_F(ProjectFileTest, ADamagedDefinitionIsReported) {
   store.reset();
   runSql(file(), "UPDATE stream_column SET type = 4294967295");
   Project project(std::make_shared<const ProjectAddress>(kProject));
-  ASSERT_TRUE(project.connect(failure));
+  ASSERT_TRUE(project.connect(IfMissing::Create, failure));
   EXPECT_EQ(project.findStream("Log", failure), nullptr);
   EXPECT_EQ(failure.message,
             "the stored definition is damaged: stream 'Log': column 'a' has no type that can be stored (4294967295)");

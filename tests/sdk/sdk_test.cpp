@@ -209,6 +209,20 @@ TEST_F(SdkTest, AClosedPublisherGetsItsDeliveryBackUnlessAnotherTookIt) {
   EXPECT_EQ(kyv_publisher_free(first, error_), 0);
 }
 
+// Nor is a file, or a folder, made for it.
+TEST_F(SdkTest, WhoOnlyReadsFindsNoProjectThatIsNotThere) {
+  kyv_uri_t* const uri = kyv_uri_create_string("kyv://localhost:0000/default/none/at/all:1", error_);
+  kyv_project_t* const project = kyv_project_get(uri, nullptr, nullptr, error_);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_LT(kyv_project_connect_existing(project, error_), 0);
+    EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_MISSING);
+    EXPECT_EQ(message(), "there is no project 'none/at/all:1'");
+  }
+  EXPECT_EQ(kyv_project_connect(project, error_), 0) << message();
+  EXPECT_EQ(kyv_project_connect_existing(project, error_), 0) << message();
+  kyv_uri_free(uri, error_);
+}
+
 TEST_F(SdkTest, ListsItsStreams) {
   EXPECT_EQ(kyv_project_get_stream_count(project_, error_), 1);
   EXPECT_NE(define("Another", {2}, {}), nullptr);

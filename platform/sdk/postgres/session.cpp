@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "platform/sdk/postgres/statements.h"
+#include "platform/sdk/refusals.h"
 
 namespace kyv_internal {
 
@@ -94,6 +95,11 @@ bool parseWait(const std::string& text, milliseconds& wait, Failure& failure) {
   return true;
 }
 
+// False, with the failure, when a project that is not there is to be left so.
+bool mayMake(const ProjectAddress& project, Failure& failure) {
+  return project.ifMissing == IfMissing::Create || refuseMissingProject(project, failure);
+}
+
 // How long a server may be silent. An operation's time allows for some such failures.
 milliseconds patienceOf(milliseconds wait) { return std::clamp<milliseconds>(wait / 3, seconds(2), seconds(10)); }
 
@@ -126,10 +132,8 @@ Outcome Session::open(const SessionOptions& options, std::size_t firstHost, cons
     return failure.code == KYV_ERROR_STORE ? Outcome::Lost : Outcome::Failed;
   }
   Outcome outcome = setUp(options, patience, failure);
-  if (outcome == Outcome::Done) outcome = checkTables(failure);
-  if (outcome == Outcome::Done) {
-    outcome = findProject(project.workspace + "/" + project.path + ":" + project.number, failure);
-  }
+  if (outcome == Outcome::Done) outcome = checkTables(project, failure);
+  if (outcome == Outcome::Done) outcome = findProject(project, failure);
   if (outcome == Outcome::Done) outcome = connection_.prepare({kPrepared.begin(), kPrepared.end()}, failure);
   return outcome;
 }
@@ -153,10 +157,12 @@ Outcome Session::setUp(const SessionOptions& options, milliseconds patience, Fai
   return sync.flag(0, 0) || refuseAsynchronous(failure) ? Outcome::Done : Outcome::Failed;
 }
 
-Outcome Session::checkTables(Failure& failure) {
+Outcome Session::checkTables(const ProjectAddress& project, Failure& failure) {
   Answers answers;
   Outcome outcome = connection_.exchange({{&kHaveTables}}, answers, failure);
-  if (outcome == Outcome::Done && !answers.at(0).flag(0, 0)) outcome = makeTables(failure);
+  if (outcome == Outcome::Done && !answers.at(0).flag(0, 0)) {
+    outcome = mayMake(project, failure) ? makeTables(failure) : Outcome::Failed;
+  }
   if (outcome == Outcome::Done) outcome = connection_.exchange({{&kReadVersion}}, answers, failure);
   if (outcome != Outcome::Done || answers.at(0).number(0, 0) == kVersion) return outcome;
   fail(failure, KYV_ERROR_STORE, "the tables of the schema 'kyv' were made by another version");
@@ -175,11 +181,13 @@ Outcome Session::makeTables(Failure& failure) {
   return connection_.commit(queries, answers, failure);
 }
 
-Outcome Session::findProject(const std::string& address, Failure& failure) {
+Outcome Session::findProject(const ProjectAddress& project, Failure& failure) {
+  const std::string address = project.workspace + "/" + project.path + ":" + project.number;
   const Query find{&kFindProject, std::move(Parameters().bytes(address))};
   Answers answers;
   Outcome outcome = connection_.exchange({find}, answers, failure);
   if (outcome == Outcome::Done && answers.at(0).rows() == 0) {
+    if (!mayMake(project, failure)) return Outcome::Failed;
     const Query insert{&kInsertProject, std::move(Parameters().bytes(address))};
     outcome = connection_.commit({insert}, answers, failure);
     if (outcome == Outcome::Done) outcome = connection_.exchange({find}, answers, failure);

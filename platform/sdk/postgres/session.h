@@ -37,9 +37,9 @@ class Session {
 
  private:
   Outcome setUp(const SessionOptions& options, std::chrono::milliseconds patience, Failure& failure);
-  Outcome checkTables(Failure& failure);
+  Outcome checkTables(const ProjectAddress& project, Failure& failure);
   Outcome makeTables(Failure& failure);
-  Outcome findProject(const std::string& address, Failure& failure);
+  Outcome findProject(const ProjectAddress& project, Failure& failure);
 
   Connection connection_;
   std::int64_t project_ = 0;

@@ -10,6 +10,8 @@
 #include <system_error>
 #include <thread>
 
+#include "platform/sdk/refusals.h"
+
 namespace kyv_internal {
 
 namespace {
@@ -103,7 +105,10 @@ bool ProjectFile::open(const ProjectAddress& project, const Settings& settings, 
     return fail(failure, KYV_ERROR_STORE, "the folder of projects cannot be found: %s", error.message().c_str());
   }
   path_ = absolute / project.workspace / (project.path + "." + project.number + ".kyv");
-  if (!makeFolders(fs::path(path_).parent_path(), failure) || !connect(settings, failure)) return false;
+  const bool creates = project.ifMissing == IfMissing::Create;
+  if (!creates && !fs::exists(path_, error)) return refuseMissingProject(project, failure);
+  if (creates && !makeFolders(fs::path(path_).parent_path(), failure)) return false;
+  if (!connect(project.ifMissing, settings, failure)) return false;
   Kind found = Kind::Unreadable;
   {
     Transaction oneMoment(*this);
@@ -111,12 +116,14 @@ bool ProjectFile::open(const ProjectAddress& project, const Settings& settings, 
     found = kind();
     if (found != Kind::Empty && !accept(found, failure)) return false;
   }
+  if (found == Kind::Empty && !creates) return refuseMissingProject(project, failure);
   return keepLog(failure) && (found != Kind::Empty || create(failure));
 }
 
-bool ProjectFile::connect(const Settings& settings, Failure& failure) {
+bool ProjectFile::connect(IfMissing ifMissing, const Settings& settings, Failure& failure) {
   sqlite3* connection = nullptr;
-  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+  const int creates = ifMissing == IfMissing::Create ? SQLITE_OPEN_CREATE : 0;
+  const int flags = SQLITE_OPEN_READWRITE | creates | SQLITE_OPEN_NOMUTEX;
   const int result = sqlite3_open_v2(path_.c_str(), &connection, flags, nullptr);
   connection_.reset(connection);
   if (result != SQLITE_OK || !protect() || !prepareTransactions()) return fails(failure);

@@ -24,7 +24,8 @@ namespace kyv_internal {
 
 class ProjectFile {
  public:
-  // Opens the project's file, and makes it when it is not there. A file that is none of ours stays as it is.
+  // Opens the project's file, and makes it when it is not there, unless the address says not to. A file that is none of
+  // ours stays as it is.
   [[nodiscard]] bool open(const ProjectAddress& project, const Settings& settings, Failure& failure);
 
   sqlite3* connection() const { return connection_.get(); }
@@ -42,7 +43,7 @@ class ProjectFile {
   };
   enum class Kind { Ours, Empty, Foreign, OtherVersion, Unreadable };
 
-  bool connect(const Settings& settings, Failure& failure);
+  bool connect(IfMissing ifMissing, const Settings& settings, Failure& failure);
   bool prepareTransactions();
   bool protect();
   bool chooseSync(const std::string& sync, Failure& failure);

@@ -76,6 +76,8 @@ KYV_EXPORT kyv_project_t* kyv_project_get(kyv_uri_t* uri, kyv_credentials_t* cre
                                           kyv_error_t* error);
 /* Opens the project's store, which the embedded store creates when it is not there. Again does nothing. */
 KYV_EXPORT int32_t kyv_project_connect(kyv_project_t* project, kyv_error_t* error);
+/* The same for who only reads: KYV_ERROR_MISSING, and nothing is created, when the project is not there. */
+KYV_EXPORT int32_t kyv_project_connect_existing(kyv_project_t* project, kyv_error_t* error);
 
 /* --- Streams ------------------------------------------------------------------------------------------------------ */
 
