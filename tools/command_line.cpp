@@ -189,6 +189,17 @@ void addColour(CLI::App& app, CommandOptions& options) {
       ->check(check);
 }
 
+std::string checkProject(const std::string& text) {
+  const std::size_t colon = text.rfind(':');
+  const bool good = colon != std::string::npos && colon > 0 && colon + 1 < text.size() &&
+                    text.find_first_not_of("0123456789", colon + 1) == std::string::npos;
+  return good ? "" : "must be a path, a colon and a number, such as rates/live:1";
+}
+
+void addProject(CLI::App& app, std::string& project, const char* help) {
+  app.add_option("--project", project, help)->required()->type_name("PATH:N")->check(checkProject);
+}
+
 // --- The commands ---
 
 void addInferOptions(CLI::App& app, CommandOptions& options) {
@@ -240,6 +251,34 @@ void addCheckOptions(CLI::App& app, CommandOptions& options) {
   addQuiet(app, options);
   app.add_flag("--json", options.json, "What is wrong and the summary as JSON, a line each, on standard output");
   addMaxErrors(app, options, "Stop at the Nth bad record");
+}
+
+void addReadOptions(CLI::App& app, CommandOptions& options) {
+  constexpr auto kMost = static_cast<std::uint64_t>(INT64_MAX);
+  StreamReading& reading = options.reading;
+  addProject(app, reading.project, "The project; it must be there");
+  app.add_option("--stream", reading.stream, "The stream; without it the project's streams are listed")
+      ->type_name("NAME");
+  addOutput(app, options);
+  addPrintForm(app, options);
+  addNumber(app, "--from", "Begin behind the row of this number", 0, kMost,
+            [&](std::uint64_t number) { reading.after = static_cast<std::int64_t>(number); });
+  addNumber(app, "--limit", "At most so many rows", 0, kMost, [&](std::uint64_t rows) { reading.end.limit = rows; });
+  app.add_flag("--follow", reading.end.follows, "Wait for more rows, until Ctrl-C");
+  CLI::Option* const numbers =
+      app.add_flag("--numbers", reading.numbers, "Begin each line with the row's number and operation");
+  app.add_option("--schema-out", reading.schemaOut, "Write the stream's schema, for convert and load, to a file")
+      ->type_name("FILE");
+  addFlag(app, "--header", options.text.header, true, "Begin with a line of column names");
+  addSeparator(app, options);
+  addService(app, options, "Begin each line with the stream's name and the operation: i, u, d or p");
+  numbers->excludes(app.get_option("--service"));
+  addPermutation(app, options,
+                 "Which fields to write, and in which order: COLUMN=FIELD:COLUMN=FIELD..., as for convert");
+  addFormats(app, options);
+  addThreads(app, options);
+  addQuiet(app, options);
+  app.add_flag("--json", options.json, "The summary as JSON, on standard output where that is free");
 }
 
 void addInspectOptions(CLI::App& app, CommandOptions& options) {
@@ -328,6 +367,13 @@ constexpr std::array kCommands = {
             "  kyv convert --schema people.json people.csv -o people.rows\n"
             "  kyv inspect --schema people.json people.rows\n",
             addInspectOptions, runInspect},
+    Command{"read", "Print what a stream holds, as it is or as it grows",
+            "  export KYV_STORE_DIR=projects\n"
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv > people.json\n"
+            "  kyv load --schema people.json --project hr/people:1 people.csv\n"
+            "  kyv read --project hr/people:1 --stream people --header\n",
+            addReadOptions, runRead},
     Command{"time", "Try a date model on a value",
             "  kyv time format \"DD Mon YYYY HH24:MI TZH:TZM\" 1709622489120 --zone Europe/Berlin\n"
             "  kyv time parse YYYY-MM-DD 2024/03/05 --type date\n",
@@ -335,7 +381,7 @@ constexpr std::array kCommands = {
 };
 
 constexpr char kStatuses[] =
-    "Exit status: 0 all well, 1 bad rows, 2 wrong usage, 3 files, 5 interrupted.\n"
+    "Exit status: 0 all well, 1 bad rows, 2 wrong usage, 3 files, 4 server, 5 interrupted.\n"
     "kyv COMMAND --help shows the options of a command and an example.\n";
 
 std::string commandNames() {

@@ -11,6 +11,7 @@
 #include "kyv/time_model.h"
 #include "record_choice.h"
 #include "record_rows.h"
+#include "stream_reading.h"
 #include "text_layout.h"
 
 namespace kyv_internal {
@@ -46,6 +47,7 @@ struct CommandOptions {
   TimeTrial time;
   std::string html;  // a file for a page of records; none when empty
   bool raw = false;  // the library's plain dumps
+  StreamReading reading;
   ColourChoice colour = ColourChoice::kAuto;
 
   bool takesStandardInputTwice() const { return schema == "-" && input == "-"; }

@@ -12,6 +12,7 @@ ExitStatus runInfer(const CommandOptions& options);
 ExitStatus runConvert(const CommandOptions& options);
 ExitStatus runPrint(const CommandOptions& options);
 ExitStatus runCheck(const CommandOptions& options);
+ExitStatus runRead(const CommandOptions& options);
 ExitStatus runInspect(const CommandOptions& options);
 ExitStatus runTime(const CommandOptions& options);
 

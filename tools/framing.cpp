@@ -64,12 +64,12 @@ void QuotedFraming::scanQuoted(std::string_view text) {
 
 std::size_t RecordFraming::wholeRecords(std::string_view text) {
   std::size_t end = 0;
-  while (text.size() - end >= kRecordLengthBytes) {
-    const std::int64_t length = recordLength(text.data() + end);
+  while (text.size() - end >= lead_ + kRecordLengthBytes) {
+    const std::int64_t length = recordLength(text.data() + end + lead_);
     if (length < static_cast<std::int64_t>(least_) || length > static_cast<std::int64_t>(most_))
       return end > 0 ? end : kBroken;
-    if (static_cast<std::size_t>(length) > text.size() - end) break;
-    end += static_cast<std::size_t>(length);
+    if (static_cast<std::size_t>(length) > text.size() - end - lead_) break;
+    end += lead_ + static_cast<std::size_t>(length);
   }
   return end;
 }

@@ -61,13 +61,15 @@ class QuotedFraming final : public Framing {
 class RecordFraming final : public Framing {
  public:
   // A record of fewer bytes than `least`, or of more than `most`, counts as nonsense. `least` is at least the size of
-  // the length, so that reading goes on.
-  explicit RecordFraming(std::size_t most, std::size_t least = kLeastRecordBytes) : least_(least), most_(most) {}
+  // the length, so that reading goes on. So many bytes more lead each record.
+  explicit RecordFraming(std::size_t most, std::size_t least = kLeastRecordBytes, std::size_t lead = 0)
+      : least_(least), most_(most), lead_(lead) {}
   std::size_t wholeRecords(std::string_view text) override;
 
  private:
   std::size_t least_;
   std::size_t most_;
+  std::size_t lead_;
 };
 
 }  // namespace kyv_internal

@@ -19,10 +19,16 @@ using DALVON::Kyv::strprintf;
 class RecordRows final : public RowConverter {
  public:
   RecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
-             const std::vector<kyv::RecordPrinter::Column>& columns)
-      : schema_(schema), form_(form), printer_(schema_), checker_(schema_) {
+             const std::vector<kyv::RecordPrinter::Column>& columns, RowNumbers numbers)
+      : schema_(schema),
+        form_(form),
+        separator_(layout.separator.value_or(kDefaultSeparator)),
+        numbers_(numbers),
+        lead_(numbers == RowNumbers::kNone ? 0 : kRowNumberBytes),
+        printer_(schema_),
+        checker_(schema_) {
     layout.applyFormats(printer_);
-    printer_.setSeparator(layout.separator.value_or(kDefaultSeparator));
+    printer_.setSeparator(separator_);
     printer_.setWithService(layout.service);
     printer_.setColumns(columns);
   }
@@ -34,9 +40,30 @@ class RecordRows final : public RowConverter {
   }
 
  private:
-  Extent readRow(std::string_view text) override { return {static_cast<std::size_t>(recordLength(text.data())), 0}; }
+  Extent readRow(std::string_view text) override {
+    return {lead_ + static_cast<std::size_t>(recordLength(text.data() + lead_)), 0};
+  }
 
   bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) override {
+    if (numbers_ != RowNumbers::kShown) return appendAnyOrder(row.substr(lead_), recordNo, out);
+    line_.clear();
+    if (!appendAnyOrder(row.substr(lead_), recordNo, line_)) return false;
+    out.append(headOf(row, recordNo));
+    out.append(line_.view().substr(form_ == PrintForm::kJson ? 1 : 0));
+    return true;
+  }
+
+  // What stands before a row's own fields, or its own members behind the brace.
+  std::string headOf(std::string_view row, unsigned long recordNo) {
+    const auto number = static_cast<long long>(load<std::int64_t>(row.data()));
+    const int operation = load<std::int32_t>(at(row.data() + lead_, kOpcodeOffset));
+    char letter = '?';
+    letters_.printOp(letter, operation, recordNo, &errors_);
+    if (form_ == PrintForm::kJson) return strprintf("{\"row\":%lld,\"op\":\"%c\",", number, letter);
+    return strprintf("%lld%c%c%c", number, separator_, letter, separator_);
+  }
+
+  bool appendAnyOrder(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) {
     if (RecordChecker::isHostOrder(row)) return appendRecord(row, recordNo, out);
     std::string error;
     const std::string_view converted = checker_.toHostOrder(row, error);
@@ -61,15 +88,21 @@ class RecordRows final : public RowConverter {
 
   kyv::StreamSchema schema_;
   PrintForm form_;
+  char separator_;
+  RowNumbers numbers_;
+  std::size_t lead_;  // bytes before each record
   kyv::RecordPrinter printer_;
   RecordChecker checker_;
+  ConnectionRowByOrder letters_;  // knows those of operations
+  kyv::ByteBuffer line_;          // without what leads it
 };
 
 }  // namespace
 
 std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
-                                             const std::vector<kyv::RecordPrinter::Column>& columns) {
-  return std::make_unique<RecordRows>(schema, layout, form, columns);
+                                             const std::vector<kyv::RecordPrinter::Column>& columns,
+                                             RowNumbers numbers) {
+  return std::make_unique<RecordRows>(schema, layout, form, columns, numbers);
 }
 
 std::vector<kyv::RecordPrinter::Column> columnsOf(const kyv::StreamSchema& schema) {
@@ -79,8 +112,10 @@ std::vector<kyv::RecordPrinter::Column> columnsOf(const kyv::StreamSchema& schem
 }
 
 // A header is printed like any record, of columns that hold their own names.
-std::string headerLine(const std::vector<kyv::RecordPrinter::Column>& columns, const TextLayout& layout) {
+std::string headerLine(const std::vector<kyv::RecordPrinter::Column>& columns, const TextLayout& layout,
+                       RowNumbers numbers) {
   std::vector<kyv::StreamColumn> names;
+  if (numbers == RowNumbers::kShown) names = {{"row", DataTypes::kString}, {"operation", DataTypes::kString}};
   if (layout.service) names = {{"stream", DataTypes::kString}, {"operation", DataTypes::kString}};
   for (const kyv::RecordPrinter::Column& column : columns) names.push_back({column.name, DataTypes::kString});
   kyv::StreamSchema header("header", 0, names);

@@ -2,6 +2,8 @@
 
 // Records, converted to lines of delimited text or of JSON.
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,14 +17,21 @@ namespace kyv_internal {
 
 enum class PrintForm { kDelimited, kJson };
 
+// Whether records are led by the number that their row has in its stream, and whether a line then begins with it and
+// with the operation.
+enum class RowNumbers { kNone, kHidden, kShown };
+inline constexpr std::size_t kRowNumberBytes = sizeof(std::int64_t);  // in the host's byte order
+
 // Each record becomes a line of these columns.
 std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, const TextLayout& layout, PrintForm form,
-                                             const std::vector<kyv::RecordPrinter::Column>& columns);
+                                             const std::vector<kyv::RecordPrinter::Column>& columns,
+                                             RowNumbers numbers = RowNumbers::kNone);
 
 // The columns of a schema, as they stand there.
 std::vector<kyv::RecordPrinter::Column> columnsOf(const kyv::StreamSchema& schema);
 
 // The line of column names above delimited text, written as its fields are.
-std::string headerLine(const std::vector<kyv::RecordPrinter::Column>& columns, const TextLayout& layout);
+std::string headerLine(const std::vector<kyv::RecordPrinter::Column>& columns, const TextLayout& layout,
+                       RowNumbers numbers = RowNumbers::kNone);
 
 }  // namespace kyv_internal

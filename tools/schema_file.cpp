@@ -290,4 +290,8 @@ std::string schemaText(const SchemaFile& schema) {
   return out + "\n}\n";
 }
 
+std::string schemaLine(const SchemaFile& schema) {
+  return nlohmann::ordered_json::parse(schemaText(schema)).dump() + "\n";
+}
+
 }  // namespace kyv_internal

@@ -43,5 +43,7 @@ std::string nameInSchema(const std::string& name);
 
 // The text of a schema file, a line a column, that parseSchema reads back to the same.
 std::string schemaText(const SchemaFile& schema);
+// The same on one line.
+std::string schemaLine(const SchemaFile& schema);
 
 }  // namespace kyv_internal
