@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <string>
@@ -18,6 +19,9 @@ namespace {
 
 constexpr std::size_t kMostThreads = 64;
 constexpr std::uint64_t kMostErrors = 1'000'000'000;
+constexpr std::uint64_t kMostBatchRows = 1'000'000;
+constexpr std::uint64_t kMostSeconds = 1'000'000;
+constexpr std::uint64_t kMostMilliseconds = 1'000'000'000;
 
 struct Command {
   const char* name;
@@ -150,10 +154,10 @@ void addMaxErrors(CLI::App& app, CommandOptions& options, const char* help) {
   addNumber(app, "--max-errors", help, 1, kMostErrors, [&options](std::uint64_t count) { options.maxErrors = count; });
 }
 
-void addReporting(CLI::App& app, CommandOptions& options) {
+void addReporting(CLI::App& app, CommandOptions& options, const char* maxErrorsHelp) {
   addQuiet(app, options);
   app.add_flag("--json", options.json, "The summary as JSON, on standard output where that is free");
-  addMaxErrors(app, options, "Stop at the Nth bad row and leave no output file");
+  addMaxErrors(app, options, maxErrorsHelp);
 }
 
 // Which records of a file.
@@ -212,10 +216,8 @@ void addInferOptions(CLI::App& app, CommandOptions& options) {
   addQuiet(app, options);
 }
 
-void addConvertOptions(CLI::App& app, CommandOptions& options) {
-  addInput(app, options, "DATA.csv", "Delimited text; - is standard input");
-  addSchema(app, options);
-  addOutput(app, options);
+// How delimited text becomes records, and what becomes of bad rows.
+void addTextConversion(CLI::App& app, CommandOptions& options) {
   addHeaders(app, options);
   addQuoted(app, options);
   addSeparator(app, options);
@@ -225,9 +227,16 @@ void addConvertOptions(CLI::App& app, CommandOptions& options) {
                  "header, or field_00, field_01, ... without one");
   addFormats(app, options);
   addThreads(app, options);
-  addReporting(app, options);
   app.add_option("--rejects", options.rejects, "Keep the bad rows as they stand, to repair and convert them later")
       ->type_name("FILE");
+}
+
+void addConvertOptions(CLI::App& app, CommandOptions& options) {
+  addInput(app, options, "DATA.csv", "Delimited text; - is standard input");
+  addSchema(app, options);
+  addOutput(app, options);
+  addTextConversion(app, options);
+  addReporting(app, options, "Stop at the Nth bad row and leave no output file");
 }
 
 void addPrintOptions(CLI::App& app, CommandOptions& options) {
@@ -242,7 +251,7 @@ void addPrintOptions(CLI::App& app, CommandOptions& options) {
                  "Which fields to write, and in which order: COLUMN=FIELD:COLUMN=FIELD..., as for convert");
   addFormats(app, options);
   addThreads(app, options);
-  addReporting(app, options);
+  addReporting(app, options, "Stop at the Nth bad row and leave no output file");
 }
 
 void addCheckOptions(CLI::App& app, CommandOptions& options) {
@@ -292,6 +301,36 @@ void addInspectOptions(CLI::App& app, CommandOptions& options) {
   addColour(app, options);
   addFormats(app, options);
   addQuiet(app, options);
+}
+
+void addDelivery(CLI::App& app, LoadOptions& load) {
+  const auto addText = [&](const char* name, std::string& text, const char* help) {
+    return app.add_option(name, text, help)->type_name("NAME");
+  };
+  addText("--adapter", load.adapter, "The name under which the delivery is known; load/STREAM unless it is given");
+  addText("--key-column", load.keyColumn,
+          "Count the delivery by this long or integer column, whose values never fall, and not by rows");
+  addText("--bookkeeping", load.bookkeeping, "A stream that is told at the end how far the delivery has come");
+  app.add_flag("--take-over", load.takesOver, "Take the delivery from an adapter of this name that hangs");
+  app.add_flag("--dry-run", load.isDry, "Read everything and connect, but write nothing")->excludes("--rejects");
+}
+
+void addLoadOptions(CLI::App& app, CommandOptions& options) {
+  LoadOptions& load = options.load;
+  addInput(app, options, "DATA.csv", "Delimited text; - is standard input");
+  addSchema(app, options);
+  addProject(app, load.project, "The project to publish into; it is made when it is not there");
+  addTextConversion(app, options);
+  addDelivery(app, load);
+  addNumber(app, "--batch", "Rows that are published together; 10000 unless it is given", 1, kMostBatchRows,
+            [&load](std::uint64_t rows) { load.batchRows = rows; });
+  addNumber(app, "--batch-time", "Milliseconds that a row waits at most for its batch to fill; 1000 unless it is given",
+            1, kMostMilliseconds, [&load](std::uint64_t count) { load.batchTime = std::chrono::milliseconds(count); });
+  addNumber(app, "--retry", "Seconds in which a batch that failed is tried again; 30 unless it is given, 0 for never",
+            0, kMostSeconds, [&load](std::uint64_t count) { load.retry = std::chrono::seconds(count); });
+  addNumber(app, "--stats", "Tell statistics every N seconds, and at the end", 1, kMostSeconds,
+            [&load](std::uint64_t count) { load.stats = std::chrono::seconds(count); });
+  addReporting(app, options, "Stop at the Nth bad row");
 }
 
 template <class Value>
@@ -367,6 +406,11 @@ constexpr std::array kCommands = {
             "  kyv convert --schema people.json people.csv -o people.rows\n"
             "  kyv inspect --schema people.json people.rows\n",
             addInspectOptions, runInspect},
+    Command{"load", "Publish delimited text into a stream, each row once",
+            "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"
+            "  kyv infer people.csv > people.json\n"
+            "  KYV_STORE_DIR=projects kyv load --schema people.json --project demo:1 people.csv\n",
+            addLoadOptions, runLoad},
     Command{"read", "Print what a stream holds, as it is or as it grows",
             "  export KYV_STORE_DIR=projects\n"
             "  printf 'Id,Name,Born\\n1,Ann,1990-01-31\\n2,Bob,\\n' > people.csv\n"

@@ -9,6 +9,8 @@
 #include <string>
 
 #include "kyv/time_model.h"
+#include "load_options.h"
+#include "project_name.h"
 #include "record_choice.h"
 #include "record_rows.h"
 #include "stream_reading.h"
@@ -49,6 +51,8 @@ struct CommandOptions {
   bool raw = false;  // the library's plain dumps
   StreamReading reading;
   ColourChoice colour = ColourChoice::kAuto;
+  ProjectName project;
+  LoadOptions load;
 
   bool takesStandardInputTwice() const { return schema == "-" && input == "-"; }
 };

@@ -14,6 +14,7 @@ ExitStatus runPrint(const CommandOptions& options);
 ExitStatus runCheck(const CommandOptions& options);
 ExitStatus runRead(const CommandOptions& options);
 ExitStatus runInspect(const CommandOptions& options);
+ExitStatus runLoad(const CommandOptions& options);
 ExitStatus runTime(const CommandOptions& options);
 
 }  // namespace kyv_internal

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "row2/row2_layout.h"
 
@@ -18,6 +19,17 @@ inline constexpr std::size_t kMostRecordBytes = std::size_t{256} << 20;
 
 // `record` needs kRecordLengthBytes bytes.
 inline std::int64_t recordLength(const char* record) { return load<std::int32_t>(at(record, kLengthOffset)); }
+
+// The record that begins at a byte of well-formed records that stand one after another.
+inline std::string_view recordAt(std::string_view records, std::size_t begin) {
+  return records.substr(begin, static_cast<std::size_t>(recordLength(records.data() + begin)));
+}
+
+// Of a well-formed record in host byte order: its operation's code, and where a column's value begins, 0 for NULL.
+inline std::int32_t recordOperation(const char* record) { return load<std::int32_t>(at(record, kOpcodeOffset)); }
+inline std::size_t recordOffset(const char* record, int column) {
+  return static_cast<std::size_t>(load<std::int32_t>(at(record, entryOffset(static_cast<std::size_t>(column)))));
+}
 
 // Of a record in host byte order. `record` needs kLeastRecordBytes bytes.
 inline std::uint32_t recordColumns(const char* record) { return columnCount(record); }

@@ -28,8 +28,8 @@ TEST_F(Tool, AnswersWrongUseWithOneLine) {
     const char* arguments;
     const char* message;
   } kCases[] = {
-      {"", "which command? (infer, convert, print, check, inspect, read, time; kyv --help says more)"},
-      {"conver", "there is no command \"conver\" (infer, convert, print, check, inspect, read, time)"},
+      {"", "which command? (infer, convert, print, check, inspect, load, read, time; kyv --help says more)"},
+      {"conver", "there is no command \"conver\" (infer, convert, print, check, inspect, load, read, time)"},
       {"convert", "DATA.csv is required (kyv convert --help says more)"},
       {"convert people.csv", "--schema is required (kyv convert --help says more)"},
       {"convert -s people.json people.csv people.csv",
