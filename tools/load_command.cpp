@@ -47,6 +47,10 @@ ExitStatus runLoad(const CommandOptions& options) {
   LoadPlan plan;
   plan.project = options.project;
   if (!findKeyColumn(options.load.keyColumn, conversion.schema, plan.keyColumn)) return ExitStatus::kUsage;
+  if (options.load.bookkeeping == conversion.schema.stream) {
+    complain("--bookkeeping: the rows go to stream \"" + conversion.schema.stream + "\", not the bookkeeping");
+    return ExitStatus::kUsage;
+  }
   plan.adapter = options.load.adapter.empty() ? "load/" + conversion.schema.stream : options.load.adapter;
   plan.reports = options.json ? LoadStatistics::Form::kJson : LoadStatistics::Form::kText;
   plan.isQuiet = options.quiet;

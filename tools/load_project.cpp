@@ -45,6 +45,11 @@ bool LoadProject::open(const SchemaFile& schema, StoreFailure& failure) {
   return writer_ != nullptr || fail(failure);
 }
 
+bool LoadProject::addStream(const SchemaFile& schema, StoreFailure& failure) {
+  if (kyv_project_get_stream(project_, schema.stream.c_str(), error_) != nullptr) return true;
+  return kyv_error_get_code(error_) == KYV_ERROR_MISSING ? defineStream(schema, failure) != nullptr : fail(failure);
+}
+
 kyv_stream_t* LoadProject::defineStream(const SchemaFile& schema, StoreFailure& failure) {
   std::vector<const char*> names;
   std::vector<std::uint32_t> types;

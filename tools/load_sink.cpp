@@ -31,7 +31,7 @@ bool LoadSink::open(ProgressBar& progress, RunFault& fault) {
     fault = {userMessage("connectionFailed", {plan_.project.text(), failure.message}), ExitStatus::kServer};
     return false;
   }
-  if (!openDelivery(fault)) return false;
+  if (!openDelivery(fault) || !openBookkeeping(fault)) return false;
   cursor_.emplace(plan_.keyColumn, start_);
   publisher_.emplace(project_, options_, plan_.schema.stream, start_, statistics_,
                      [this](const std::string& line) { tell(line); });
@@ -53,6 +53,32 @@ bool LoadSink::openDelivery(RunFault& fault) {
   fault.message = refuseStart(start_, plan_.keyColumn.has_value(), plan_.adapter);
   fault.status = ExitStatus::kUsage;
   return !fault.happened();
+}
+
+bool LoadSink::openBookkeeping(RunFault& fault) {
+  const std::string& stream = options_.bookkeeping;
+  if (stream.empty()) return true;
+  StoreFailure failure;
+  bookkeeping_.emplace();
+  long long last = 0;
+  const bool opened = project_.addStream(LoadBookkeeping::schema(stream), failure) &&
+                      bookkeeping_->open(stream, plan_.project, failure.message) &&
+                      bookkeeping_->read(last, failure.message);
+  if (!opened) fault = {userMessage("connectionFailed", {stream, failure.message}), ExitStatus::kServer};
+  // 0 is what a stream without any key gives.
+  if (opened && last != 0 && (!start_ || last > start_->key)) {
+    fault = {userMessage("rowsLost", {std::to_string(last), start_ ? start_->text() : "-"}), ExitStatus::kServer};
+  }
+  return !fault.happened();
+}
+
+// Not when the store failed: it may be another adapter's delivery by now.
+void LoadSink::writeBookkeeping(bool isComplete, RunFault& fault) {
+  const std::optional<LoadPosition>& stored = publisher_->stored();
+  const bool storeFailed = fault.happened() && fault.status == ExitStatus::kServer;
+  std::string error;
+  if (!bookkeeping_ || !stored || storeFailed || bookkeeping_->write(stored->key, isComplete, error)) return;
+  fault = {userMessage("publishFailed", {options_.bookkeeping, error}), ExitStatus::kServer};
 }
 
 void LoadSink::tell(const std::string& line) const {
@@ -117,6 +143,8 @@ void LoadSink::finish(RunEnd end, RunSummary& summary, RunFault& fault) {
   summary.published = statistics_.rows();
   if (!fault.happened()) fault = publishFault_;
   if (end == RunEnd::kComplete && !fault.happened()) fault = {cursor_->faultAtEnd(), ExitStatus::kFiles};
+  const bool isComplete = end == RunEnd::kComplete && !fault.happened() && summary.rejected == 0;
+  writeBookkeeping(isComplete, fault);
   if (fault.happened() && fault.status == ExitStatus::kServer) fault.message += remains();
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "load_bookkeeping.h"
 #include "load_cursor.h"
 #include "load_options.h"
 #include "load_project.h"
@@ -49,6 +50,8 @@ class LoadSink final : public RowSink {
 
  private:
   bool openDelivery(RunFault& fault);
+  bool openBookkeeping(RunFault& fault);
+  void writeBookkeeping(bool isComplete, RunFault& fault);
   void tell(const std::string& line) const;
   void tellStatistics();
   void publishBatches() noexcept;
@@ -59,6 +62,7 @@ class LoadSink final : public RowSink {
   const LoadOptions& options_;
   ProgressBar* progress_ = nullptr;  // once open
   LoadProject project_;
+  std::optional<LoadBookkeeping> bookkeeping_;
   LoadStatistics statistics_;
   std::optional<LoadPosition> start_;
   std::optional<LoadCursor> cursor_;
