@@ -8,6 +8,7 @@
 #include "conversion_run.h"
 #include "kyv/data_types.h"
 #include "load_check.h"
+#include "load_rehearsal.h"
 #include "load_sink.h"
 #include "text_conversion.h"
 
@@ -59,7 +60,12 @@ ExitStatus runLoad(const CommandOptions& options) {
     return withCheck(make(), check);
   };
   plan.schema = std::move(conversion.schema);
-  auto sink = std::make_unique<LoadSink>(std::move(plan), options.load);
+  std::unique_ptr<RowSink> sink;
+  if (options.load.isDry) {
+    sink = std::make_unique<LoadRehearsal>(std::move(plan));
+  } else {
+    sink = std::make_unique<LoadSink>(std::move(plan), options.load);
+  }
   return ConversionRun(options, std::move(conversion.plan), std::move(sink)).run();
 }
 

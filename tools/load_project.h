@@ -32,12 +32,16 @@ class LoadProject {
 
   const std::string& adapter() const { return adapter_; }
 
-  // All of these: false with a failure.
+  // All of these that give a bool: false with a failure.
 
   // Connects, and makes the stream when it is not there; one of another definition is refused.
   [[nodiscard]] bool open(const SchemaFile& schema, StoreFailure& failure);
   // Makes another stream unless one of its name is there, whatever its columns.
   [[nodiscard]] bool addStream(const SchemaFile& schema, StoreFailure& failure);
+
+  enum class Found { kFailed, kNoProject, kNoStream, kStream };
+  // In place of open(), for who writes nothing: what there is, and how far the delivery has come.
+  Found look(const SchemaFile& schema, std::optional<LoadPosition>& position, StoreFailure& failure);
 
   enum class Take { kIfFree, kAnyway };
   // Takes the delivery, and reads how far it has come.
@@ -50,7 +54,9 @@ class LoadProject {
 
  private:
   bool fail(StoreFailure& failure) const;
-  bool connect(StoreFailure& failure);
+  bool findProject(StoreFailure& failure);
+  bool findStream(const SchemaFile& schema, StoreFailure& failure);
+  bool isAsDefined(kyv_stream_t* stream, const SchemaFile& schema) const;
   kyv_stream_t* defineStream(const SchemaFile& schema, StoreFailure& failure);
   bool readPosition(std::optional<LoadPosition>& position, StoreFailure& failure);
   bool addRecords(const LoadBatch& batch);

@@ -17,7 +17,8 @@
 
 namespace kyv_internal {
 
-// What became of a call: a fault for the person at the terminal.
+// What went wrong, for the person at the terminal: while connecting, and after.
+RunFault connectFault(const StoreFailure& failure, const ProjectName& project);
 RunFault storeFault(const StoreFailure& failure, const LoadProject& project, const std::string& stream);
 
 class LoadPublisher {

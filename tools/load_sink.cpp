@@ -28,13 +28,14 @@ bool LoadSink::open(ProgressBar& progress, RunFault& fault) {
   progress_ = &progress;
   StoreFailure failure;
   if (!project_.open(plan_.schema, failure)) {
-    fault = {userMessage("connectionFailed", {plan_.project.text(), failure.message}), ExitStatus::kServer};
+    fault = connectFault(failure, plan_.project);
     return false;
   }
   if (!openDelivery(fault) || !openBookkeeping(fault)) return false;
   cursor_.emplace(plan_.keyColumn, start_);
   publisher_.emplace(project_, options_, plan_.schema.stream, start_, statistics_,
                      [this](const std::string& line) { tell(line); });
+  if (start_) statistics_.setPosition(*start_);
   if (start_) tell("resuming after " + start_->text());
   publishing_ = std::thread([this] { publishBatches(); });
   if (options_.stats.count() > 0) {
@@ -113,7 +114,7 @@ bool LoadSink::take(const ConvertedBlock& block, OutputRange range, RunFault& fa
     }
     range.begin += takeRows(block, range, room);
     if (cursor_->fault().empty()) continue;
-    fault.message = cursor_->fault();
+    fault = {cursor_->fault(), ExitStatus::kFiles};
     return false;
   }
   if (range.end == block.output.size()) cursor_->leave(block);

@@ -14,24 +14,15 @@
 #include "load_bookkeeping.h"
 #include "load_cursor.h"
 #include "load_options.h"
+#include "load_plan.h"
 #include "load_project.h"
 #include "load_publisher.h"
 #include "load_queue.h"
 #include "load_reporter.h"
 #include "load_statistics.h"
 #include "row_sink.h"
-#include "schema_file.h"
 
 namespace kyv_internal {
-
-struct LoadPlan {
-  ProjectName project;
-  SchemaFile schema;
-  std::optional<LoadCursor::KeyColumn> keyColumn;
-  std::string adapter;
-  LoadStatistics::Form reports = LoadStatistics::Form::kText;
-  bool isQuiet = false;
-};
 
 class LoadSink final : public RowSink {
  public:

@@ -22,6 +22,8 @@ class LoadStatistics {
   LoadStatistics& operator=(const LoadStatistics&) = delete;
   ~LoadStatistics() { map_.cleanUpData(); }
 
+  // Where the delivery stood before.
+  void setPosition(const LoadPosition& position) { position_ = position; }
   void countBatch(const LoadBatch& batch);
   void countRetry();
   std::uint64_t rows() const;
@@ -41,7 +43,7 @@ class LoadStatistics {
   std::uint64_t batches_ = 0;
   std::uint64_t bytes_ = 0;  // of records
   std::uint64_t retries_ = 0;
-  std::optional<LoadPosition> position_;  // once something is published
+  std::optional<LoadPosition> position_;
   AdapterStatisticsMap map_;
 };
 

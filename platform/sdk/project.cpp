@@ -78,6 +78,11 @@ const char* Project::streamName(std::int32_t index, Failure& failure) {
   return nullptr;
 }
 
+bool Project::readDelivery(const std::string& adapter, std::optional<DeliveryKey>& key, Failure& failure) {
+  const std::lock_guard lock(mutex_);
+  return isConnected(failure) && store_->readDelivery(adapter, key, failure);
+}
+
 Uri::Uri(ProjectAddress address)
     : project(owned.add<kyv_project_t>(
           std::make_shared<Project>(std::make_shared<const ProjectAddress>(std::move(address))))) {}

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,7 @@ class Project : public HandleObject {
   kyv_stream_t* defineStream(StreamDefinition stream, Failure& failure);
   kyv_stream_t* findStream(const std::string& name, Failure& failure);
   [[nodiscard]] bool countStreams(std::int32_t& count, Failure& failure);
+  [[nodiscard]] bool readDelivery(const std::string& adapter, std::optional<DeliveryKey>& key, Failure& failure);
   // By place among those that were counted; lives until they are counted again. Null on failure.
   const char* streamName(std::int32_t index, Failure& failure);
 

@@ -18,6 +18,7 @@ using kyv_internal::findStream;
 using kyv_internal::hasText;
 using kyv_internal::kFailed;
 using kyv_internal::MessageWriter;
+using kyv_internal::Project;
 using kyv_internal::Publisher;
 using kyv_internal::release;
 using kyv_internal::RowWriterOf;
@@ -31,6 +32,14 @@ std::int32_t onRow(kyv_relative_rowwriter_t* handle, kyv_error_t* error, Body bo
     return writer != nullptr ? body(*writer, failure)
                              : fail(failure, KYV_ERROR_USAGE, "the row's publisher was released");
   });
+}
+
+// 1 when there is a key, 0 when not: then both are 0.
+std::int32_t giveKey(const std::optional<DeliveryKey>& stored, std::int64_t* key, std::int64_t* rowsDone) {
+  const DeliveryKey found = stored.value_or(DeliveryKey());
+  if (key != nullptr) *key = found.key;
+  if (rowsDone != nullptr) *rowsDone = found.rowsDone;
+  return stored ? 1 : 0;
 }
 
 }  // namespace
@@ -138,11 +147,16 @@ std::int32_t kyv_publisher_get_delivery_key(kyv_publisher_t* publisher, std::int
                                             kyv_error_t* error) {
   return callOn<Publisher>(publisher, error, kFailed, [&](Publisher& held, Failure& failure) {
     std::optional<DeliveryKey> stored;
-    if (!held.readDelivery(stored, failure)) return kFailed;
-    const DeliveryKey found = stored.value_or(DeliveryKey());
-    if (key != nullptr) *key = found.key;
-    if (rows_done != nullptr) *rows_done = found.rowsDone;
-    return stored ? 1 : 0;
+    return held.readDelivery(stored, failure) ? giveKey(stored, key, rows_done) : kFailed;
+  });
+}
+
+std::int32_t kyv_project_get_delivery_key(kyv_project_t* project, const char* adapter, std::int64_t* key,
+                                          std::int64_t* rows_done, kyv_error_t* error) {
+  return callOn<Project>(project, error, kFailed, [&](Project& held, Failure& failure) {
+    std::optional<DeliveryKey> stored;
+    if (!hasText(adapter, "the adapter's name", failure)) return kFailed;
+    return held.readDelivery(adapter, stored, failure) ? giveKey(stored, key, rows_done) : kFailed;
   });
 }
 

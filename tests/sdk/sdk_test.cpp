@@ -172,6 +172,10 @@ TEST_F(SdkTest, ADeliveryIsHeldByOneUntilItIsTakenOver) {
   EXPECT_LT(kyv_publisher_take_delivery(second, "loader", error_), 0);
   EXPECT_EQ(kyv_error_get_code(error_), KYV_ERROR_HELD);
   EXPECT_EQ(message(), "another publisher holds the delivery of adapter 'loader'");
+  EXPECT_EQ(kyv_project_get_delivery_key(project_, "loader", &key, &rows, error_), 1) << "that anyone may know";
+  EXPECT_EQ(key * 10 + rows, 412);
+  EXPECT_EQ(kyv_project_get_delivery_key(project_, "another", &key, &rows, error_), 0);
+  EXPECT_EQ(key + rows, 0);
   EXPECT_EQ(kyv_publisher_take_over_delivery(second, "loader", error_), 0) << message();
   EXPECT_EQ(kyv_publisher_get_delivery_key(second, &key, &rows, error_), 1);
   EXPECT_EQ(key, 41);

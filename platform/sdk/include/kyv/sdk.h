@@ -173,6 +173,9 @@ KYV_EXPORT int32_t kyv_publisher_take_over_delivery(kyv_publisher_t* publisher, 
  * failed publish only this tells whether its rows are stored. */
 KYV_EXPORT int32_t kyv_publisher_get_delivery_key(kyv_publisher_t* publisher, int64_t* key, int64_t* rows_done,
                                                   kyv_error_t* error);
+/* The same, under an adapter's name in a connected project, for who only looks: the delivery may be anybody's. */
+KYV_EXPORT int32_t kyv_project_get_delivery_key(kyv_project_t* project, const char* adapter, int64_t* key,
+                                                int64_t* rows_done, kyv_error_t* error);
 /* Sets what the next publish stores with its rows. That publish forgets it, whether or not it succeeds. */
 KYV_EXPORT int32_t kyv_publisher_set_delivery_key(kyv_publisher_t* publisher, int64_t key, int64_t rows_done,
                                                   kyv_error_t* error);
