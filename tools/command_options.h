@@ -10,7 +10,6 @@
 
 #include "kyv/time_model.h"
 #include "load_options.h"
-#include "project_name.h"
 #include "record_choice.h"
 #include "record_rows.h"
 #include "stream_reading.h"
@@ -51,7 +50,6 @@ struct CommandOptions {
   bool raw = false;  // the library's plain dumps
   StreamReading reading;
   ColourChoice colour = ColourChoice::kAuto;
-  ProjectName project;
   LoadOptions load;
 
   bool takesStandardInputTwice() const { return schema == "-" && input == "-"; }

@@ -1,6 +1,6 @@
 #include "load_bookkeeping.h"
 
-#include <memory>
+#include <cstdlib>
 
 #include "kyv/data_types.h"
 
@@ -38,9 +38,11 @@ SchemaFile LoadBookkeeping::schema(const std::string& stream) {
 
 LoadBookkeeping::~LoadBookkeeping() { support_.deleteGDSupport(nullptr); }
 
-bool LoadBookkeeping::open(const std::string& stream, const ProjectName& project, std::string& error) {
+bool LoadBookkeeping::open(const std::string& stream, const std::string& project, std::string& error) {
+  const std::size_t colon = project.rfind(':');
+  const int number = std::atoi(project.c_str() + colon + 1);  // digits, as the command line has made sure
   GivenText text;
-  support_.createGDSupport(stream.c_str(), project.path.c_str(), project.number, text.out());
+  support_.createGDSupport(stream.c_str(), project.substr(0, colon).c_str(), number, text.out());
   return text.isNone(error);
 }
 

@@ -5,13 +5,10 @@
 //
 // Threads: one at a time.
 
-#include <optional>
 #include <string>
 
 #include "kyv/gd_support.h"
-#include "load_position.h"
-#include "load_project.h"
-#include "project_name.h"
+#include "schema_file.h"
 
 namespace kyv_internal {
 
@@ -27,7 +24,7 @@ class LoadBookkeeping {
 
   // All of these: false with the client SDK's text.
 
-  [[nodiscard]] bool open(const std::string& stream, const ProjectName& project, std::string& error);
+  [[nodiscard]] bool open(const std::string& stream, const std::string& project, std::string& error);
   // The key that the last run left; 0 when none did.
   [[nodiscard]] bool read(long long& key, std::string& error);
   [[nodiscard]] bool write(long long key, bool isComplete, std::string& error);

@@ -46,7 +46,6 @@ ExitStatus runLoad(const CommandOptions& options) {
   const ExitStatus planned = planTextConversion(options, conversion);
   if (planned != ExitStatus::kOk) return planned;
   LoadPlan plan;
-  plan.project = options.project;
   if (!findKeyColumn(options.load.keyColumn, conversion.schema, plan.keyColumn)) return ExitStatus::kUsage;
   if (options.load.bookkeeping == conversion.schema.stream) {
     complain("--bookkeeping: the rows go to stream \"" + conversion.schema.stream + "\", not the bookkeeping");
@@ -62,7 +61,7 @@ ExitStatus runLoad(const CommandOptions& options) {
   plan.schema = std::move(conversion.schema);
   std::unique_ptr<RowSink> sink;
   if (options.load.isDry) {
-    sink = std::make_unique<LoadRehearsal>(std::move(plan));
+    sink = std::make_unique<LoadRehearsal>(std::move(plan), options.load.project);
   } else {
     sink = std::make_unique<LoadSink>(std::move(plan), options.load);
   }

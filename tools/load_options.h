@@ -9,6 +9,7 @@
 namespace kyv_internal {
 
 struct LoadOptions {
+  std::string project;    // PATH:NUMBER
   std::string adapter;    // the name of the delivery; empty: "load/" and the stream's name
   std::string keyColumn;  // the column whose value is the delivery key; empty: the row's number in the input is
   std::size_t batchRows = 10'000;

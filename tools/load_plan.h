@@ -7,13 +7,11 @@
 
 #include "load_cursor.h"
 #include "load_statistics.h"
-#include "project_name.h"
 #include "schema_file.h"
 
 namespace kyv_internal {
 
 struct LoadPlan {
-  ProjectName project;
   SchemaFile schema;
   std::optional<LoadCursor::KeyColumn> keyColumn;
   std::string adapter;  // the name of the delivery

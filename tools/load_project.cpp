@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "load_messages.h"
+#include "project_uri.h"
 #include "record_header.h"
 
 namespace kyv_internal {
@@ -28,70 +28,21 @@ bool LoadProject::fail(StoreFailure& failure) const {
   return false;
 }
 
-bool LoadProject::findProject(StoreFailure& failure) {
+bool LoadProject::connect(StoreFailure& failure) {
   error_ = kyv_error_create();
   if (kyv_sdk_start(error_) != 0) return fail(failure);
-  uri_ = kyv_uri_create_string(name_.uri().c_str(), error_);
+  uri_ = kyv_uri_create_string(projectUri(name_).c_str(), error_);
   if (uri_ != nullptr) project_ = kyv_project_get(uri_, nullptr, nullptr, error_);
-  return project_ != nullptr || fail(failure);
+  return (project_ != nullptr && kyv_project_connect(project_, error_) == 0) || fail(failure);
 }
 
 bool LoadProject::open(const SchemaFile& schema, StoreFailure& failure) {
-  if (!findProject(failure)) return false;
-  if (kyv_project_connect(project_, error_) != 0) return fail(failure);
+  if (!connect(failure)) return false;
   kyv_stream_t* const stream = defineStream(schema, failure);
-  if (stream == nullptr) {
-    if (failure.code == KYV_ERROR_REFUSED) (void)findStream(schema, failure);
-    return false;
-  }
+  if (stream == nullptr) return false;
   publisher_ = kyv_project_create_publisher(project_, nullptr, error_);
   if (publisher_ != nullptr) writer_ = kyv_publisher_get_writer(publisher_, stream, error_);
   return writer_ != nullptr || fail(failure);
-}
-
-LoadProject::Found LoadProject::look(const SchemaFile& schema, std::optional<LoadPosition>& position,
-                                     StoreFailure& failure) {
-  const auto missing = [&](Found found) {
-    fail(failure);
-    return failure.code == KYV_ERROR_MISSING ? found : Found::kFailed;
-  };
-  if (!findProject(failure)) return Found::kFailed;
-  if (kyv_project_connect_existing(project_, error_) != 0) return missing(Found::kNoProject);
-  LoadPosition stored;
-  const std::int32_t found =
-      kyv_project_get_delivery_key(project_, adapter_.c_str(), &stored.key, &stored.rowsDone, error_);
-  if (found < 0) return missing(Found::kFailed);
-  if (found > 0) position = stored;
-  if (findStream(schema, failure)) return Found::kStream;
-  return failure.code == KYV_ERROR_MISSING ? Found::kNoStream : Found::kFailed;
-}
-
-// The stream as it is in the project, unless it differs.
-bool LoadProject::findStream(const SchemaFile& schema, StoreFailure& failure) {
-  kyv_stream_t* const stream = kyv_project_get_stream(project_, schema.stream.c_str(), error_);
-  if (stream == nullptr) return fail(failure);
-  if (isAsDefined(stream, schema)) return true;
-  failure = {KYV_ERROR_REFUSED, userMessage("streamDiffers", {schema.stream})};
-  return false;
-}
-
-// What defining it would compare.
-bool LoadProject::isAsDefined(kyv_stream_t* stream, const SchemaFile& schema) const {
-  kyv_schema_t* const there = kyv_stream_get_schema(stream, error_);
-  const auto columns = static_cast<std::int32_t>(schema.columns.size());
-  if (kyv_stream_get_id(stream, error_) != schema.id || kyv_schema_get_numcolumns(there, error_) != columns) {
-    return false;
-  }
-  for (std::int32_t i = 0; i < columns; ++i) {
-    const kyv::StreamColumn& column = schema.columns[static_cast<std::size_t>(i)];
-    const bool isKey = std::find(schema.key.begin(), schema.key.end(), column.name) != schema.key.end();
-    if (kyv_schema_get_column_name(there, i, error_) != column.name ||
-        kyv_schema_get_column_type(there, i, error_) != static_cast<std::int32_t>(column.type) ||
-        (kyv_schema_is_key_column(there, i, error_) == 1) != isKey) {
-      return false;
-    }
-  }
-  return true;
 }
 
 bool LoadProject::addStream(const SchemaFile& schema, StoreFailure& failure) {

@@ -12,7 +12,6 @@
 #include "kyv/sdk.h"
 #include "load_batch.h"
 #include "load_position.h"
-#include "project_name.h"
 #include "schema_file.h"
 
 namespace kyv_internal {
@@ -25,23 +24,19 @@ struct StoreFailure {
 
 class LoadProject {
  public:
-  LoadProject(ProjectName project, std::string adapter) : name_(std::move(project)), adapter_(std::move(adapter)) {}
+  LoadProject(std::string project, std::string adapter) : name_(std::move(project)), adapter_(std::move(adapter)) {}
   LoadProject(const LoadProject&) = delete;
   LoadProject& operator=(const LoadProject&) = delete;
   ~LoadProject();
 
   const std::string& adapter() const { return adapter_; }
 
-  // All of these that give a bool: false with a failure.
+  // All of these: false with a failure.
 
   // Connects, and makes the stream when it is not there; one of another definition is refused.
   [[nodiscard]] bool open(const SchemaFile& schema, StoreFailure& failure);
   // Makes another stream unless one of its name is there, whatever its columns.
   [[nodiscard]] bool addStream(const SchemaFile& schema, StoreFailure& failure);
-
-  enum class Found { kFailed, kNoProject, kNoStream, kStream };
-  // In place of open(), for who writes nothing: what there is, and how far the delivery has come.
-  Found look(const SchemaFile& schema, std::optional<LoadPosition>& position, StoreFailure& failure);
 
   enum class Take { kIfFree, kAnyway };
   // Takes the delivery, and reads how far it has come.
@@ -54,14 +49,12 @@ class LoadProject {
 
  private:
   bool fail(StoreFailure& failure) const;
-  bool findProject(StoreFailure& failure);
-  bool findStream(const SchemaFile& schema, StoreFailure& failure);
-  bool isAsDefined(kyv_stream_t* stream, const SchemaFile& schema) const;
+  bool connect(StoreFailure& failure);
   kyv_stream_t* defineStream(const SchemaFile& schema, StoreFailure& failure);
   bool readPosition(std::optional<LoadPosition>& position, StoreFailure& failure);
   bool addRecords(const LoadBatch& batch);
 
-  ProjectName name_;
+  std::string name_;
   std::string adapter_;
   kyv_error_t* error_ = nullptr;
   kyv_uri_t* uri_ = nullptr;

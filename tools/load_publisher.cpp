@@ -30,9 +30,9 @@ std::string textOf(const std::optional<LoadPosition>& position) { return positio
 
 }  // namespace
 
-RunFault connectFault(const StoreFailure& failure, const ProjectName& project) {
+RunFault connectFault(const StoreFailure& failure, const std::string& project) {
   if (failure.code == KYV_ERROR_REFUSED) return {failure.message, ExitStatus::kServer};  // a definition
-  return {userMessage("connectionFailed", {project.text(), failure.message}), ExitStatus::kServer};
+  return {userMessage("connectionFailed", {project, failure.message}), ExitStatus::kServer};
 }
 
 RunFault storeFault(const StoreFailure& failure, const LoadProject& project, const std::string& stream) {

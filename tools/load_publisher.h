@@ -18,7 +18,7 @@
 namespace kyv_internal {
 
 // What went wrong, for the person at the terminal: while connecting, and after.
-RunFault connectFault(const StoreFailure& failure, const ProjectName& project);
+RunFault connectFault(const StoreFailure& failure, const std::string& project);
 RunFault storeFault(const StoreFailure& failure, const LoadProject& project, const std::string& stream);
 
 class LoadPublisher {

@@ -1,25 +1,58 @@
 #include "load_rehearsal.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "complaint.h"
+#include "load_messages.h"
 #include "load_publisher.h"
+#include "read_project.h"
 
 namespace kyv_internal {
+namespace {
+
+std::vector<std::string> inOrder(std::vector<std::string> names) {
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool isSameStream(const SchemaFile& left, const SchemaFile& right) {
+  const auto isSame = [](const kyv::StreamColumn& one, const kyv::StreamColumn& other) {
+    return one.name == other.name && one.type == other.type;
+  };
+  return left.id == right.id && inOrder(left.key) == inOrder(right.key) &&
+         std::equal(left.columns.begin(), left.columns.end(), right.columns.begin(), right.columns.end(), isSame);
+}
+
+}  // namespace
 
 void LoadRehearsal::tell(const std::string& line) const {
   if (!plan_.isQuiet) note(line);
 }
 
+bool LoadRehearsal::look(std::optional<LoadPosition>& start, RunFault& fault) const {
+  ReadProject project;
+  SchemaFile there;
+  const bool opened = project.open(project_);
+  if (!opened && project.isMissing()) {
+    tell("there is no project " + project_ + " yet");
+    return true;
+  }
+  if (!opened || !project.readDelivery(plan_.adapter, start)) {
+    fault = connectFault({KYV_ERROR_STORE, project.error()}, project_);
+  } else if (project.describe(plan_.schema.stream, there)) {
+    if (!isSameStream(there, plan_.schema)) fault = {userMessage("streamDiffers", {there.stream}), ExitStatus::kServer};
+  } else if (project.isMissing()) {
+    tell("there is no stream " + plan_.schema.stream + " yet");
+  } else {
+    fault = connectFault({KYV_ERROR_STORE, project.error()}, project_);
+  }
+  return !fault.happened();
+}
+
 bool LoadRehearsal::open(ProgressBar&, RunFault& fault) {
   std::optional<LoadPosition> start;
-  StoreFailure failure;
-  const LoadProject::Found found = project_.look(plan_.schema, start, failure);
-  if (found == LoadProject::Found::kFailed) {
-    fault = connectFault(failure, plan_.project);
-    return false;
-  }
-  if (found == LoadProject::Found::kNoProject)
-    tell("there is no project " + plan_.project.text() + ": it would be made");
-  if (found == LoadProject::Found::kNoStream) tell("there is no stream " + plan_.schema.stream + ": it would be made");
+  if (!look(start, fault)) return false;
   fault = {refuseStart(start, plan_.keyColumn.has_value(), plan_.adapter), ExitStatus::kUsage};
   if (fault.happened()) return false;
   cursor_.emplace(plan_.keyColumn, start);

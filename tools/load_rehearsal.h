@@ -4,19 +4,19 @@
 //
 // Threads: as a sink.
 
-#include <cstdint>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "load_cursor.h"
 #include "load_plan.h"
-#include "load_project.h"
 #include "row_sink.h"
 
 namespace kyv_internal {
 
 class LoadRehearsal final : public RowSink {
  public:
-  explicit LoadRehearsal(LoadPlan plan) : plan_(std::move(plan)), project_(plan_.project, plan_.adapter) {}
+  LoadRehearsal(LoadPlan plan, std::string project) : plan_(std::move(plan)), project_(std::move(project)) {}
 
   bool open(ProgressBar& progress, RunFault& fault) override;
   std::uint64_t rowsToSkip() const override { return cursor_->rowsToSkip(); }
@@ -26,10 +26,12 @@ class LoadRehearsal final : public RowSink {
   void finish(RunEnd end, RunSummary& summary, RunFault& fault) override;
 
  private:
+  // False, with a fault, when the load could not begin.
+  bool look(std::optional<LoadPosition>& start, RunFault& fault) const;
   void tell(const std::string& line) const;
 
   const LoadPlan plan_;
-  LoadProject project_;
+  const std::string project_;
   std::optional<LoadCursor> cursor_;
 };
 

@@ -12,7 +12,7 @@ namespace kyv_internal {
 LoadSink::LoadSink(LoadPlan plan, const LoadOptions& options)
     : plan_(std::move(plan)),
       options_(options),
-      project_(plan_.project, plan_.adapter),
+      project_(options.project, plan_.adapter),
       queue_(options.batchRows, options.batchTime) {}
 
 LoadSink::~LoadSink() {
@@ -28,7 +28,7 @@ bool LoadSink::open(ProgressBar& progress, RunFault& fault) {
   progress_ = &progress;
   StoreFailure failure;
   if (!project_.open(plan_.schema, failure)) {
-    fault = connectFault(failure, plan_.project);
+    fault = connectFault(failure, options_.project);
     return false;
   }
   if (!openDelivery(fault) || !openBookkeeping(fault)) return false;
@@ -63,7 +63,7 @@ bool LoadSink::openBookkeeping(RunFault& fault) {
   bookkeeping_.emplace();
   long long last = 0;
   const bool opened = project_.addStream(LoadBookkeeping::schema(stream), failure) &&
-                      bookkeeping_->open(stream, plan_.project, failure.message) &&
+                      bookkeeping_->open(stream, options_.project, failure.message) &&
                       bookkeeping_->read(last, failure.message);
   if (!opened) fault = {userMessage("connectionFailed", {stream, failure.message}), ExitStatus::kServer};
   // 0 is what a stream without any key gives.

@@ -1,15 +1,12 @@
 #include "read_project.h"
 
+#include "project_uri.h"
+
 namespace kyv_internal {
-namespace {
-
-constexpr char kServer[] = "kyv://localhost:0000/default/";  // which store serves it is configuration
-
-}  // namespace
 
 bool ReadProject::open(const std::string& project) {
   if (kyv_sdk_start(error_.get()) != 0) return false;
-  uri_.reset(kyv_uri_create_string((kServer + project).c_str(), error_.get()));
+  uri_.reset(kyv_uri_create_string(projectUri(project).c_str(), error_.get()));
   if (uri_ == nullptr) return false;
   project_ = kyv_project_get(uri_.get(), nullptr, nullptr, error_.get());
   return project_ != nullptr && kyv_project_connect_existing(project_, error_.get()) == 0;
@@ -40,6 +37,14 @@ bool ReadProject::describe(const std::string& stream, SchemaFile& schema) {
   }
   schema.nulls.resize(schema.columns.size());
   return !schema.columns.empty();
+}
+
+bool ReadProject::readDelivery(const std::string& adapter, std::optional<LoadPosition>& position) {
+  LoadPosition stored;
+  const std::int32_t found =
+      kyv_project_get_delivery_key(project_, adapter.c_str(), &stored.key, &stored.rowsDone, error_.get());
+  if (found > 0) position = stored;
+  return found >= 0;
 }
 
 bool ReadProject::subscribe(const std::string& stream, std::int64_t after) {

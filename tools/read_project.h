@@ -7,12 +7,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "exit_status.h"
 #include "kyv/sdk.h"
+#include "load_position.h"
 #include "schema_file.h"
 
 namespace kyv_internal {
@@ -31,6 +33,8 @@ class ReadProject {
   [[nodiscard]] bool listStreams(std::vector<std::string>& names);
   // What is known of a stream: its name, number, columns and key.
   [[nodiscard]] bool describe(const std::string& stream, SchemaFile& schema);
+  // How far the delivery of an adapter has come; nothing when it never began.
+  [[nodiscard]] bool readDelivery(const std::string& adapter, std::optional<LoadPosition>& position);
 
   // Chooses a stream, and begins behind a row's number.
   [[nodiscard]] bool subscribe(const std::string& stream, std::int64_t after);
@@ -42,6 +46,8 @@ class ReadProject {
   std::string error() const { return kyv_error_get_message(error_.get()); }
   // Whether the person at the terminal, and no server, has to put it right.
   bool isUsageError() const { return kyv_error_get_code(error_.get()) == KYV_ERROR_USAGE; }
+  // Whether what was asked for is not there.
+  bool isMissing() const { return kyv_error_get_code(error_.get()) == KYV_ERROR_MISSING; }
 
  private:
   struct Release {
