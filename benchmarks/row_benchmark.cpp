@@ -69,10 +69,13 @@ struct PrintedLine {
   bool operator==(const PrintedLine& other) const { return record() == other.record(); }
 };
 
+constexpr std::size_t kLinesInLongText = 100;
+
 // The sample in each of the forms that a conversion starts from.
 struct Sample {
   std::vector<std::string> lines;
-  std::vector<char*> lineTexts;  // the same
+  std::vector<char*> lineTexts;        // the same
+  std::vector<std::string> longTexts;  // the same, many in a text
   std::vector<std::array<std::string, kTradeFieldCount>> fields;
   std::vector<std::unique_ptr<ConnectionRowByOrder>> rows;  // with the fields set
   std::vector<std::array<const char*, kTradeFieldCount>> texts;
@@ -116,7 +119,11 @@ void makeSample(Sample& sample, kyv::StreamSchema& schema) {
     trades.appendLine(line);
     addTrade(sample, std::move(line), schema);
   }
-  for (std::string& line : sample.lines) sample.lineTexts.push_back(line.data());
+  for (std::string& line : sample.lines) {
+    if (sample.lineTexts.size() % kLinesInLongText == 0) sample.longTexts.emplace_back();
+    sample.longTexts.back() += line + "\n";
+    sample.lineTexts.push_back(line.data());
+  }
 }
 
 void registerLineToRecord(const Sample& sample, ConnectionRowCsv& row, ConnectionErrors& errors) {
@@ -140,6 +147,30 @@ void registerLineAppended(const Sample& sample, ConnectionRowCsv& row, Connectio
       [out = std::string()](const std::string& line) mutable {
         const Record record = lineToRecordByHand(line.c_str());
         out.assign(record.bytes.get(), tradeRecordBytes(record.bytes.get()));
+        return std::string_view(out);
+      });
+}
+
+void appendTextByHand(const std::string& text, std::string& out) {
+  std::string line;
+  for (std::size_t begin = 0; begin < text.size(); begin += line.size() + 1) {
+    line.assign(text, begin, text.find('\n', begin) - begin);
+    const Record record = lineToRecordByHand(line.c_str());
+    out.append(record.bytes.get(), tradeRecordBytes(record.bytes.get()));
+  }
+}
+
+void registerLinesAppended(const Sample& sample, ConnectionRowCsv& row, ConnectionErrors& errors) {
+  registerPair(
+      "100 lines to records", sample.longTexts,
+      [&, out = std::make_shared<kyv::ByteBuffer>()](const std::string& text) {
+        out->clear();
+        row.appendLines(text, 1, errors, *out);
+        return out->view();
+      },
+      [out = std::string()](const std::string& text) mutable {
+        out.clear();
+        appendTextByHand(text, out);
         return std::string_view(out);
       });
 }
@@ -195,6 +226,7 @@ void registerRowPairs(const Sample& sample, ConnectionRowCsv& csv, ConnectionRow
                       kyv::RecordPrinter& printer, ConnectionErrors& errors) {
   registerLineToRecord(sample, csv, errors);
   registerLineAppended(sample, csv, errors);
+  registerLinesAppended(sample, csv, errors);
   registerFieldsToRecord(sample, byOrder, errors);
   registerRecordToFields(sample, byOrder, errors);
   registerRecordToLine(sample, printer, errors);

@@ -15,6 +15,15 @@
 namespace {
 
 using DALVON::Kyv::strprintf;
+using kyv_internal::RowSource;
+using kyv_internal::TextPieces;
+
+// Of a record that lacks its fields yet.
+RowSource sourceOf(const ConnectionRowType& schema, kyv_internal::PreparedSettings& prepared,
+                   StreamInterface::StreamOperations operation, std::size_t textBytes, unsigned long recordNo) {
+  return {schema, prepared.formats, prepared.schema.columns(),  {},       operation,
+          false,  recordNo,         prepared.schema.ownBytes(), textBytes};
+}
 
 bool checkFieldCount(const ConnectionRowType& schema, std::size_t count, std::size_t columns, unsigned long recordNo,
                      ConnectionErrors& errors) {
@@ -147,15 +156,7 @@ std::optional<kyv_internal::RowSource> ConnectionRowCsv::source(Line& line, unsi
     if (!kyv_internal::parseOperation(operation, letter, recordNo, errors)) return std::nullopt;
     line.hasFields = line.pass(separator_);
   }
-  return kyv_internal::RowSource{*streamType_,
-                                 prepared_->formats,
-                                 prepared_->schema.columns(),
-                                 {},
-                                 operation,
-                                 false,
-                                 recordNo,
-                                 prepared_->schema.ownBytes(),
-                                 line.text.size()};
+  return sourceOf(*streamType_, *prepared_, operation, line.text.size(), recordNo);
 }
 
 // Splits the line of a record into its fields; false with a message when they are too few or too many.
@@ -186,10 +187,47 @@ void* ConnectionRowCsv::toRow(unsigned long recordNo, ConnectionErrors* errors) 
 
 bool ConnectionRowCsv::appendRow(std::string_view text, unsigned long recordNo, ConnectionErrors& errors,
                                  kyv::ByteBuffer& out) {
+  return appendLine(text, true, recordNo, errors, out);
+}
+
+// One that is known to be unusual goes the other way at once.
+bool ConnectionRowCsv::appendLine(std::string_view text, bool mayBeUsual, unsigned long recordNo,
+                                  ConnectionErrors& errors, kyv::ByteBuffer& out) {
   failedColumn_ = kyv_internal::kNoColumn;
   Line line{copy(kyv_internal::withoutLineEnd(text))};
   auto row = source(line, recordNo, errors);
   if (!row) return false;
-  if (line.hasFields && kyv_internal::appendUsualRecord(*row, line.text, separator_, out)) return true;
+  if (mayBeUsual && line.hasFields && kyv_internal::appendUsualRecord(*row, line.text, separator_, out)) return true;
   return split(line, *row, errors) && kyv_internal::appendRecord(*row, errors, failedColumn_, out);
+}
+
+// Usual lines are converted where they are, as far as there is text enough around them. Returns how far a line that was
+// not converted is known to be unusual.
+std::size_t ConnectionRowCsv::appendUsualLines(std::string_view text, unsigned long recordNo, kyv::ByteBuffer& out,
+                                               std::size_t mostBytes, kyv::AppendedLines& done) const {
+  const std::size_t begin = done.bytes;
+  if (withService_ || streamType_ == nullptr || begin < kyv_internal::kTextSlack) return 0;
+  const auto row = sourceOf(*streamType_, *prepared_, StreamInterface::Upsert, 0, recordNo);
+  const auto [lines, bytes, searched] =
+      kyv_internal::appendUsualRecords(row, text.substr(begin), separator_, mostBytes, out);
+  done.lines += lines;
+  done.bytes += bytes;
+  return begin + searched;
+}
+
+kyv::AppendedLines ConnectionRowCsv::appendLines(std::string_view text, unsigned long recordNo,
+                                                 ConnectionErrors& errors, kyv::ByteBuffer& out,
+                                                 std::size_t mostBytes) {
+  kyv::AppendedLines done;
+  while (out.size() < mostBytes) {
+    const std::size_t searched = appendUsualLines(text, recordNo, out, mostBytes, done);
+    if (done.bytes == text.size() || out.size() >= mostBytes) break;
+    const std::string_view line = kyv_internal::firstLine(text.substr(done.bytes));
+    const bool isUnusual = done.bytes + line.size() <= searched && line.size() <= TextPieces::kLongestLine;
+    done.failed = !appendLine(line, !isUnusual, recordNo + done.lines, errors, out);
+    if (done.failed) break;
+    ++done.lines;
+    done.bytes += line.size();
+  }
+  return done;
 }

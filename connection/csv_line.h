@@ -17,6 +17,12 @@ constexpr std::string_view withoutLineEnd(std::string_view line) {
   return line;
 }
 
+// The first line of a text, with its line feed; all of the text without one.
+constexpr std::string_view firstLine(std::string_view text) {
+  const std::size_t lineFeed = text.find('\n');
+  return lineFeed == std::string_view::npos ? text : text.substr(0, lineFeed + 1);
+}
+
 // A text that begins and ends with the same quote, single or double, without the two. A lone quote is kept.
 std::string_view withoutQuotes(std::string_view text);
 

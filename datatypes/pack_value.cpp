@@ -209,8 +209,10 @@ class ColumnWriter {
     return pack<ByteOrder::Host>(column, text, formats_, out_);
   }
   // Returns the bytes of the record.
-  std::size_t finish() {
+  std::size_t finish(const RecordHead& head) {
     addEntry(size());
+    store(record_, head);
+    store(record_ + kLengthOffset, static_cast<std::int32_t>(size()));
     return size();
   }
 
@@ -227,22 +229,29 @@ class ColumnWriter {
   RecordMemory out_;
 };
 
-// Both ways to pack a row are compiled twice, so that newer processors use their shorter instructions; which of the two
+// All ways to pack a row are compiled twice, so that newer processors use their shorter instructions; which of the two
 // runs is decided when the library is loaded, which is too early for the thread sanitizer. Clang has no such functions
 // without external linkage.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
-[[gnu::target_clones("arch=x86-64-v3", "default")]] PackedFields packAllFields(std::span<const ColumnType> columns,
+[[gnu::target_clones("arch=x86-64-v3", "default")]] PackedFields packAllFields(const RecordHead& head,
+                                                                               std::span<const ColumnType> columns,
                                                                                std::span<const RowField> fields,
                                                                                const FormatSet& formats,
                                                                                unsigned char* record);
-[[gnu::target_clones("arch=x86-64-v3", "default")]] std::size_t packWholeLine(std::span<const ColumnType> columns,
+[[gnu::target_clones("arch=x86-64-v3", "default")]] std::size_t packWholeLine(const RecordHead& head,
+                                                                              std::span<const ColumnType> columns,
                                                                               std::span<const char> line,
                                                                               char separator, const FormatSet& formats,
                                                                               unsigned char* record);
+[[gnu::target_clones("arch=x86-64-v3", "default")]] PackedLines packAllLines(const RecordHead& head,
+                                                                             std::span<const ColumnType> columns,
+                                                                             TextPieces& text, const FormatSet& formats,
+                                                                             std::size_t room,
+                                                                             std::span<unsigned char> memory);
 #endif
 
-PackedFields packAllFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
-                           const FormatSet& formats, unsigned char* record) {
+PackedFields packAllFields(const RecordHead& head, std::span<const ColumnType> columns,
+                           std::span<const RowField> fields, const FormatSet& formats, unsigned char* record) {
   ColumnWriter writer(columns.size(), formats, record);
   for (std::size_t i = 0; i < fields.size(); ++i) {
     if (fields[i].data == nullptr) {
@@ -251,13 +260,14 @@ PackedFields packAllFields(std::span<const ColumnType> columns, std::span<const 
       return {.column = i, .error = error};
     }
   }
-  return {.bytes = writer.finish()};
+  return {.bytes = writer.finish(head)};
 }
 
-std::size_t packWholeLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
-                          const FormatSet& formats, unsigned char* record) {
+// The record's size, or 0 for an unusual line.
+template <class Pieces>
+[[gnu::always_inline]] inline std::size_t packPieces(const RecordHead& head, std::span<const ColumnType> columns,
+                                                     Pieces& pieces, const FormatSet& formats, unsigned char* record) {
   ColumnWriter writer(columns.size(), formats, record);
-  LinePieces pieces(line, separator);
   LinePiece piece;
   for (const ColumnType& column : columns) {
     if (!pieces.next(piece)) return 0;
@@ -267,21 +277,48 @@ std::size_t packWholeLine(std::span<const ColumnType> columns, std::span<const c
       return 0;
     }
   }
-  return pieces.next(piece) ? 0 : writer.finish();
+  return pieces.atLineEnd() ? writer.finish(head) : 0;
+}
+
+std::size_t packWholeLine(const RecordHead& head, std::span<const ColumnType> columns, std::span<const char> line,
+                          char separator, const FormatSet& formats, unsigned char* record) {
+  LinePieces pieces(line, separator);
+  return packPieces(head, columns, pieces, formats, record);
+}
+
+// The pieces are found through a copy, which the compiler can tell from the records.
+PackedLines packAllLines(const RecordHead& head, std::span<const ColumnType> columns, TextPieces& text,
+                         const FormatSet& formats, std::size_t room, std::span<unsigned char> memory) {
+  TextPieces pieces(text);
+  PackedLines done;
+  while (memory.size() - done.bytes >= room) {
+    const std::size_t size = packPieces(head, columns, pieces, formats, memory.data() + done.bytes);
+    if (size == 0) break;
+    done.bytes += size;
+    ++done.lines;
+    pieces.nextLine();
+  }
+  text = pieces;
+  return done;
 }
 
 }  // namespace
 
 // A function that exists twice loses its hidden visibility, unless nobody outside sees it anyway.
 
-PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields, const FormatSet& formats,
-                        unsigned char* record) {
-  return packAllFields(columns, fields, formats, record);
+PackedFields packFields(const RecordHead& head, std::span<const ColumnType> columns, std::span<const RowField> fields,
+                        const FormatSet& formats, unsigned char* record) {
+  return packAllFields(head, columns, fields, formats, record);
 }
 
-std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
-                     const FormatSet& formats, unsigned char* record) {
-  return packWholeLine(columns, line, separator, formats, record);
+std::size_t packLine(const RecordHead& head, std::span<const ColumnType> columns, std::span<const char> line,
+                     char separator, const FormatSet& formats, unsigned char* record) {
+  return packWholeLine(head, columns, line, separator, formats, record);
+}
+
+PackedLines packLines(const RecordHead& head, std::span<const ColumnType> columns, TextPieces& text,
+                      const FormatSet& formats, std::size_t room, std::span<unsigned char> memory) {
+  return packAllLines(head, columns, text, formats, room, memory);
 }
 
 }  // namespace kyv_internal

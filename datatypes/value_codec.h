@@ -11,6 +11,7 @@
 #include "datatypes/datetime_text.h"
 #include "datatypes/row_formats.h"
 #include "kyv/data_types.h"
+#include "row2/line_pieces.h"
 #include "row2/row2_layout.h"
 #include "row2/row_field.h"
 
@@ -23,17 +24,29 @@ struct PackedFields {
   const char* error = nullptr;
 };
 
-// Packs a row's fields one behind another, behind the offset table of a record, and writes the table. The record is as
-// long as packedSize() says of the fields, with kTextSlack bytes behind it that may be overwritten; when a field fails
-// it may hold anything.
-[[nodiscard]] PackedFields packFields(std::span<const ColumnType> columns, std::span<const RowField> fields,
-                                      const FormatSet& formats, unsigned char* record);
+// Writes the record of a row's fields: its head, with its length, the offset table, and the values one behind another.
+// It is as long as packedSize() says of the fields, with kTextSlack bytes behind it that may be overwritten; when a
+// field fails it may hold anything.
+[[nodiscard]] PackedFields packFields(const RecordHead& head, std::span<const ColumnType> columns,
+                                      std::span<const RowField> fields, const FormatSet& formats,
+                                      unsigned char* record);
 
 // The same for the pieces of a delimited line without its end, in line memory, when nothing is out of the ordinary: no
 // piece begins with a quote, there is one for each column, and all convert. Returns the bytes of the record, else 0. No
 // value takes more than kDecimalSize bytes beside its text's.
-[[nodiscard]] std::size_t packLine(std::span<const ColumnType> columns, std::span<const char> line, char separator,
-                                   const FormatSet& formats, unsigned char* record);
+[[nodiscard]] std::size_t packLine(const RecordHead& head, std::span<const ColumnType> columns,
+                                   std::span<const char> line, char separator, const FormatSet& formats,
+                                   unsigned char* record);
+
+struct PackedLines {
+  std::size_t lines = 0;
+  std::size_t bytes = 0;  // of their records
+};
+
+// The same for lines of a text, each of which may take `room` bytes, as many as there is memory for, up to the first in
+// which something is out of the ordinary.
+[[nodiscard]] PackedLines packLines(const RecordHead& head, std::span<const ColumnType> columns, TextPieces& text,
+                                    const FormatSet& formats, std::size_t room, std::span<unsigned char> memory);
 
 // How values become text.
 enum class TextStyle : std::uint8_t {

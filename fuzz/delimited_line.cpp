@@ -1,6 +1,6 @@
-// Any line as a record. A line copied into the row and one that stays the caller's give the same record, or the same
-// messages; a record that came out is read into fields and printed in both forms; its fields, and those that the tool
-// reads in the printed line, make the same record again.
+// Any line as a record. A line copied into the row, one that stays the caller's, and one among others in a text give
+// the same record, or the same messages; a record that came out is read into fields and printed in both forms; its
+// fields, and those that the tool reads in the printed line, make the same record again.
 //
 // Input: how many columns, the separator, whether the line begins with stream name and operation ('1') or not ('0'),
 // one character each; then the line.
@@ -19,6 +19,7 @@
 #include "kyv/record_printer.h"
 #include "kyv/stream_schema.h"
 #include "quoted_reader.h"
+#include "tests/support/appended_lines.h"
 #include "text_layout.h"
 
 namespace {
@@ -153,7 +154,16 @@ void checkTexts(const Case& test, const std::string& record) {
   require(columns > kToldByPrinter || recordOf(test, byPrinter) == record, "a printed record can be read back");
 }
 
+// With text enough around it that the line is converted where it is.
+void checkAmongOthers(const Case& test) {
+  const std::string text = std::string(16, '\n') + test.line + "\n" + test.line + std::string(96, '\n');
+  ConnectionRowCsv row;
+  test.prepare(row);
+  require(kyv_test::appendManyAtOnce(row, text) == kyv_test::appendOneByOne(row, text), "lines convert as each does");
+}
+
 void check(const Case& test) {
+  checkAmongOthers(test);
   const Outcome outcome = convertOwnLine(test);
   require(outcome == convertCallersLine(test), "a line gives the same wherever it lies");
   require(outcome.record.empty() != outcome.messages.empty(), "a line gives a record or a message");

@@ -18,6 +18,7 @@
 // Values follow the record's byte order (flag 0x10), but for the length prefix of a binary value, which is big-endian.
 // A value's length is not stored: it ends where the next positive entry of the table begins.
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -54,6 +55,9 @@ inline constexpr std::size_t kDecimalSize = 24;
 inline constexpr std::size_t kDecimalLowOffset = 8;
 inline constexpr std::size_t kDecimalScaleOffset = 16;
 inline constexpr std::size_t kDecimalUnusedOffset = 18;
+
+// A record's bytes before its table; its length is written last.
+using RecordHead = std::array<unsigned char, kTableOffset>;
 
 // Where the values begin: after the offset table and its end-of-data entry.
 constexpr std::size_t payloadOffset(std::size_t entries) { return kTableOffset + kEntrySize * (entries + 1); }

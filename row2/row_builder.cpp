@@ -1,5 +1,6 @@
 #include "row2/row_builder.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include "datatypes/type_catalogue.h"
 #include "datatypes/value_codec.h"
 #include "kyv/string_utility.h"
+#include "row2/line_pieces.h"
 #include "row2/row2_layout.h"
 
 namespace kyv_internal {
@@ -30,13 +32,14 @@ std::size_t recordSize(const RowSource& source) {
   return size;
 }
 
-void writeHeader(unsigned char* record, std::size_t size, const RowSource& source) {
+RecordHead headOf(const RowSource& source) {
   const std::uint32_t shine = source.shineThrough ? kShineThroughFlag : 0;
-  store(record + kLengthOffset, static_cast<std::int32_t>(size));
-  store(record + kOpcodeOffset, static_cast<std::int32_t>(source.operation));
-  store(record + kStreamIdOffset, static_cast<std::int32_t>(source.schema.getStreamId()));
-  store(record + kFlagsOffset, kHostByteOrderFlag | shine);
-  store(record + kCountsOffset, static_cast<std::uint32_t>(source.columns.size()) & kColumnCountMask);
+  RecordHead head{};
+  store(&head[kOpcodeOffset], static_cast<std::int32_t>(source.operation));
+  store(&head[kStreamIdOffset], static_cast<std::int32_t>(source.schema.getStreamId()));
+  store(&head[kFlagsOffset], kHostByteOrderFlag | shine);
+  store(&head[kCountsOffset], static_cast<std::uint32_t>(source.columns.size()) & kColumnCountMask);
+  return head;
 }
 
 void reportColumn(const RowSource& source, std::size_t column, const char* message, ConnectionErrors& errors) {
@@ -60,13 +63,18 @@ std::size_t checkedSize(const RowSource& source, ConnectionErrors& errors) {
 // at every field beforehand. Bigger ones are sized first.
 constexpr std::size_t kUsualRoom = 2048;
 
+// Of many lines: memory for this many bytes is asked for at once.
+constexpr std::size_t kManyRecordBytes = std::size_t{1} << 16;
+
 // Bytes for the record and its slack; 0 when it may be bigger than the usual one.
-std::size_t usualRoom(const RowSource& source) {
+std::size_t usualRoom(const RowSource& source, std::size_t textBytes) {
   const std::size_t columns = source.columns.size();
-  if (columns > kUsualRoom || source.textBytes > kUsualRoom) return 0;
-  const std::size_t room = payloadOffset(columns) + source.ownBytes + source.textBytes + kTextSlack;
+  if (columns > kUsualRoom || textBytes > kUsualRoom) return 0;
+  const std::size_t room = payloadOffset(columns) + source.ownBytes + textBytes + kTextSlack;
   return room <= kUsualRoom ? room : 0;
 }
+
+std::size_t usualRoom(const RowSource& source) { return usualRoom(source, source.textBytes); }
 
 // The same for any record. 0 with a message when its length word could not hold its size.
 std::size_t roomFor(const RowSource& source, ConnectionErrors& errors) {
@@ -86,17 +94,12 @@ unsigned char* asBytes(char* memory) { return static_cast<unsigned char*>(static
 // Both write a record where it stays and return its size; 0 when something is out of the ordinary, or with a message.
 
 std::size_t writeLine(unsigned char* record, const RowSource& source, std::span<const char> line, char separator) {
-  const std::size_t size = packLine(source.columns, line, separator, source.formats.set(), record);
-  if (size != 0) writeHeader(record, size, source);
-  return size;
+  return packLine(headOf(source), source.columns, line, separator, source.formats.set(), record);
 }
 
 std::size_t writeFields(unsigned char* record, const RowSource& source, ConnectionErrors& errors, int& failedColumn) {
-  const PackedFields packed = packFields(source.columns, source.fields, source.formats.set(), record);
-  if (packed.error == nullptr) {
-    writeHeader(record, packed.bytes, source);
-    return packed.bytes;
-  }
+  const PackedFields packed = packFields(headOf(source), source.columns, source.fields, source.formats.set(), record);
+  if (packed.error == nullptr) return packed.bytes;
   failedColumn = static_cast<int>(packed.column);
   reportColumn(source, packed.column, packed.error, errors);
   return 0;
@@ -129,9 +132,29 @@ bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failed
 
 bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out) {
   const std::size_t room = usualRoom(source);
-  const std::size_t size = room != 0 ? writeLine(asBytes(out.prepare(room)), source, line, separator) : 0;
+  if (room == 0) return false;
+  const std::size_t size = writeLine(asBytes(out.prepare(room)), source, line, separator);
   out.commit(size);
   return size != 0;
+}
+
+LinesDone appendUsualRecords(const RowSource& source, std::string_view text, char separator, std::size_t mostBytes,
+                             kyv::ByteBuffer& out) {
+  const std::size_t room = usualRoom(source, TextPieces::kLongestLine + kSearchBlock);
+  LinesDone done;
+  if (room == 0 || text.size() < TextPieces::kBehindLines) return done;
+  done.searched = text.size() - TextPieces::kBehindLines;
+  const RecordHead head = headOf(source);
+  TextPieces pieces(text, separator);
+  PackedLines packed;
+  do {
+    const std::size_t much = std::min(mostBytes - out.size(), kManyRecordBytes) + room;
+    packed = packLines(head, source.columns, pieces, source.formats.set(), room, {asBytes(out.prepare(much)), much});
+    out.commit(packed.bytes);
+    done.lines += packed.lines;
+  } while (packed.lines != 0 && out.size() < mostBytes);
+  done.bytes = static_cast<std::size_t>(pieces.lineBegin() - text.data());
+  return done;
 }
 
 }  // namespace kyv_internal

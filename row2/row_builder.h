@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string_view>
 
 #include "datatypes/column_type.h"
 #include "datatypes/row_formats.h"
@@ -42,5 +43,20 @@ void* buildUsualRecord(const RowSource& source, std::span<const char> line, char
 // Both records behind what `out` holds. On failure `out` is as before.
 bool appendRecord(const RowSource& source, ConnectionErrors& errors, int& failedColumn, kyv::ByteBuffer& out);
 bool appendUsualRecord(const RowSource& source, std::span<const char> line, char separator, kyv::ByteBuffer& out);
+
+// How far a text was converted.
+struct LinesDone {
+  std::size_t lines = 0;  // that became records
+  std::size_t bytes = 0;  // of them
+  std::size_t searched =
+      0;  // a line that ends within these bytes of the text, and is no record, is out of the ordinary
+};
+
+// The records of a text's lines, one after another, behind what `out` holds, as long as that is less than `mostBytes`:
+// up to the first line in which something is out of the ordinary, or which is too near to the text's end, or longer
+// than TextPieces::kLongestLine. REQUIRES: kTextSlack bytes before the text may be read. The source's text bytes do not
+// matter.
+LinesDone appendUsualRecords(const RowSource& source, std::string_view text, char separator, std::size_t mostBytes,
+                             kyv::ByteBuffer& out);
 
 }  // namespace kyv_internal

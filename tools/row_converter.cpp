@@ -32,11 +32,13 @@ void RowConverter::convert(std::string_view text, FirstLine firstLine, Converted
   blockHoldsNul_ = text.find('\0') != std::string_view::npos;
   std::size_t& at = out.textBytes;
   while (at < text.size() && out.bytes() < mostBytes) {
+    const bool mayConvert = firstLine == FirstLine::kHeader || convertRows(text.substr(at), mostBytes, out);
+    if (at == text.size() || out.bytes() >= mostBytes) break;
     const Extent extent = readRow(text.substr(at));
     const std::string_view row = text.substr(at, extent.size);
     switch (kindOf(row, firstLine)) {
       case LineKind::kRow:
-        convertRow(row, at, out);
+        convertRow(row, mayConvert, out);
         break;
       case LineKind::kHeader:
         out.header = row;
@@ -52,11 +54,23 @@ void RowConverter::convert(std::string_view text, FirstLine firstLine, Converted
   }
 }
 
-void RowConverter::convertRow(std::string_view row, std::size_t begin, ConvertedBlock& out) {
+// What can be converted at once. False when the row behind that is known not to convert.
+bool RowConverter::convertRows(std::string_view text, std::size_t mostBytes, ConvertedBlock& out) {
+  if (check_) return true;
+  const std::size_t room = mostBytes - (out.bytes() - out.output.size());
+  const RowsDone done = appendRows(text, out.rows, out.output, room);
+  out.rows += static_cast<std::uint32_t>(done.rows);
+  out.lines += static_cast<std::uint32_t>(done.rows);
+  out.textBytes += done.bytes;
+  if (done.nextFailed) errors_.clear();
+  return !done.nextFailed;
+}
+
+void RowConverter::convertRow(std::string_view row, bool mayConvert, ConvertedBlock& out) {
   const std::size_t before = out.output.size();
-  if (!appendChecked(row, out.rows, out.output)) {
+  if (!mayConvert || !appendChecked(row, out.rows, out.output)) {
     errors_.clear();
-    out.badRows.push_back({out.rows, out.lines, out.blankLines, static_cast<std::uint32_t>(begin),
+    out.badRows.push_back({out.rows, out.lines, out.blankLines, static_cast<std::uint32_t>(out.textBytes),
                            static_cast<std::uint32_t>(row.size()), static_cast<std::uint32_t>(before)});
     out.passOver();
   }

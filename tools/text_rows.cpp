@@ -80,6 +80,13 @@ class PlainLine {
     return good;
   }
 
+  // Whether lines can go as they are, in which there is no NUL.
+  bool takesManyLines() const { return order_ == nullptr; }
+  kyv::AppendedLines appendMany(std::string_view lines, unsigned long recordNo, ConnectionErrors& errors,
+                                kyv::ByteBuffer& out, std::size_t mostBytes) {
+    return row_->appendLines(lines, recordNo, errors, out, mostBytes);
+  }
+
   // Of the line that was appended last.
   int failedColumn() const { return failedColumn_; }
 
@@ -144,6 +151,13 @@ class PlainRows final : public RowConverter {
 
   bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) override {
     return line_.append(row, holdsNul(row), recordNo, errors_, out);
+  }
+
+  RowsDone appendRows(std::string_view text, unsigned long recordNo, kyv::ByteBuffer& out,
+                      std::size_t mostBytes) override {
+    if (mayHoldNul() || !line_.takesManyLines()) return {};
+    const kyv::AppendedLines done = line_.appendMany(text, recordNo, errors_, out, mostBytes);
+    return {done.lines, done.bytes, done.failed};
   }
 
   bool skipsBlankLines() const override { return skipsBlankLines_; }

@@ -22,6 +22,17 @@ struct RowField;
 struct RowSource;
 }  // namespace kyv_internal
 
+namespace kyv {
+
+// What became of a text of lines.
+struct AppendedLines {
+  std::size_t lines = 0;  // that became records
+  std::size_t bytes = 0;  // of them, their ends included
+  bool failed = false;    // the next one did not
+};
+
+}  // namespace kyv
+
 class KYV_EXPORT ConnectionRowCsv : public ConnectionRow {
  public:
   ConnectionRowCsv();
@@ -49,6 +60,11 @@ class KYV_EXPORT ConnectionRowCsv : public ConnectionRow {
   // Converts a line that stays the caller's and is not altered, and appends the record to `out`. On failure `out` is as
   // before.
   bool appendRow(std::string_view line, unsigned long recordNo, ConnectionErrors& errors, kyv::ByteBuffer& out);
+  // Converts the lines of a text, which stays the caller's, each with its line end (the last needs none), and appends
+  // their records to `out` as long as that holds fewer than `mostBytes`. `recordNo` is the number of the first. A line
+  // that does not convert ends it, with a message: it is the one behind those that are counted.
+  kyv::AppendedLines appendLines(std::string_view text, unsigned long recordNo, ConnectionErrors& errors,
+                                 kyv::ByteBuffer& out, std::size_t mostBytes = static_cast<std::size_t>(-1));
   // The column whose text the last conversion could not convert, or -1 when it did not fail at a column.
   int failedColumn() const { return failedColumn_; }
 
@@ -61,6 +77,10 @@ class KYV_EXPORT ConnectionRowCsv : public ConnectionRow {
   std::span<char> takeLine();
   std::span<char> copy(std::string_view line);
   std::optional<kyv_internal::RowSource> source(Line& line, unsigned long recordNo, ConnectionErrors& errors);
+  std::size_t appendUsualLines(std::string_view text, unsigned long recordNo, kyv::ByteBuffer& out,
+                               std::size_t mostBytes, kyv::AppendedLines& done) const;
+  bool appendLine(std::string_view text, bool mayBeUsual, unsigned long recordNo, ConnectionErrors& errors,
+                  kyv::ByteBuffer& out);
   bool split(const Line& line, kyv_internal::RowSource& row, ConnectionErrors& errors);
 
   char* buffer_ = nullptr;  // padded memory

@@ -12,6 +12,7 @@
 
 #include "kyv/connection_row_by_order.h"
 #include "kyv/data_types.h"
+#include "tests/support/appended_lines.h"
 #include "tests/support/bytes.h"
 #include "tests/support/row_text.h"
 #include "tests/support/test_schema.h"
@@ -258,6 +259,63 @@ TEST(ConnectionRowCsv, NewRowsHaveTheSeparatorAndTheService) {
   copy->setBuffer(line);
   ConnectionErrors errors;
   EXPECT_EQ(shown(copy->toRow(1, &errors), schema, errors), "u a,b,07:00:00");
+}
+
+// Lines of every kind, near to and far from the text's ends, shorter and longer than what is looked at at once.
+TEST(ConnectionRowCsv, ConvertsManyLinesAsOneByOne) {
+  const std::string lines[] = {"1,abc,2.5",
+                               "-7,,",
+                               ",,",
+                               "12,x,0.125\r",
+                               "1,'abc',2.5",
+                               "x,abc,1",
+                               "1,abc",
+                               "1,abc,2.5,",
+                               "",
+                               "\r",
+                               "5,a\r,1\r\r",
+                               "3,\",',1e5",
+                               "1,a"
+                               "\0"
+                               "b,2",
+                               "2, b ,  2.5 ",
+                               "\xFF,\xFE,",
+                               std::string(300, ','),
+                               "4,abc,2.5\r\0",
+                               "8," + std::string(200, 'y') + ",1.25",
+                               "9," + std::string(1022, 'z') + ",1",
+                               "9," + std::string(1100, 'z') + ",1",
+                               "9," + std::string(3000, 'z') + ",1"};
+  std::mt19937 random(11);
+  for (int round = 0; round < 2000; ++round) {
+    std::string text;
+    const bool mostlyUsual = round % 2 == 0;
+    for (std::size_t i = random() % 40; i > 0; --i) {
+      text += lines[mostlyUsual && random() % 16 != 0 ? random() % 4 : random() % std::size(lines)] + "\n";
+    }
+    if (random() % 2 == 0 && !text.empty()) text.pop_back();
+    TestSchema schema = threeColumns();
+    ConnectionRowCsv row;
+    row.setStreamType(&schema, false);
+    const std::size_t mostBytes = random() % 4 == 0 ? 1 + random() % 500 : std::string::npos;
+    ASSERT_EQ(kyv_test::appendManyAtOnce(row, text, mostBytes), kyv_test::appendOneByOne(row, text)) << text;
+  }
+}
+
+TEST(ConnectionRowCsv, ConvertsManyLinesWithAnySettings) {
+  std::string text;
+  for (int i = 0; i < 20; ++i) text += "Trades,u,1,abc,2.5\nTrades,d,2,,\n1,abc,2.5\n";
+  for (const bool withService : {false, true}) {
+    for (const char separator : {',', '\n', '\r', '\0', 'a'}) {
+      TestSchema schema = threeColumns();
+      ConnectionRowCsv row;
+      row.setWithService(withService);
+      row.setSeparator(separator);
+      EXPECT_EQ(kyv_test::appendManyAtOnce(row, text), kyv_test::appendOneByOne(row, text)) << "without a schema";
+      row.setStreamType(&schema, false);
+      EXPECT_EQ(kyv_test::appendManyAtOnce(row, text), kyv_test::appendOneByOne(row, text)) << withService << separator;
+    }
+  }
 }
 
 }  // namespace
