@@ -3,16 +3,16 @@
 # that follow it, on ports of 127.0.0.1 that are free, below a folder of its own. Servers that run already are left alone.
 #
 #   scripts/cluster.sh start DIR [NODES]     makes and starts one (3 nodes), and prints its connection string
-#   scripts/cluster.sh address DIR           prints it again
+#   scripts/cluster.sh address DIR [NODE]    prints it again; that of one node alone
 #   scripts/cluster.sh kill DIR WHICH        kill -9 of all processes of the primary, or of a standby; prints the node
-#   scripts/cluster.sh freeze DIR WHICH      stops them (SIGSTOP); prints the node
+#   scripts/cluster.sh freeze DIR WHICH      stops them (SIGSTOP), or those of all standbys; prints the nodes
 #   scripts/cluster.sh thaw DIR              lets those that are stopped go on
 #   scripts/cluster.sh cut DIR               ends the connections of all publishers and subscribers
 #   scripts/cluster.sh promote DIR           makes the most advanced standby the primary; prints the node
 #   scripts/cluster.sh rejoin DIR            starts what is down, as standbys, and waits until all follow
 #   scripts/cluster.sh stop DIR              ends it and deletes the folder
 #
-# WHICH is "primary" or "standby". Root runs the servers as the user postgres, or nobody. KYV_CLUSTER_FSYNC=off is for
+# WHICH is "primary", "standby" or "standbys". Root runs the servers as the user postgres, or nobody. KYV_CLUSTER_FSYNC=off is for
 # tests that kill no server. Where there is no PostgreSQL to run, the exit status is 77.
 set -euo pipefail
 
@@ -49,9 +49,10 @@ password() { cat "$dir/password"; }
 # The main process of a node; nothing when it does not run.
 main_process() {
   local process
-  process=$(head -1 "$dir/$1/postmaster.pid" 2>/dev/null) || return 1
-  grep -qs '^State:[^Z]*$' "/proc/$process/status" && echo "$process"
+  process=$(head -1 "$dir/$1/postmaster.pid" 2>/dev/null) && lives "$process" && echo "$process"
 }
+
+lives() { grep -qs '^State:[^Z]*$' "/proc/$1/status"; }
 
 processes() {
   local process
@@ -153,25 +154,28 @@ start() {
   (umask 077 && head -c 16 /dev/urandom | od -An -tx1 | tr -d ' \n' >"$dir/password")
   [ "$(id -u)" -ne 0 ] || chown -R "$(id -u postgres 2>/dev/null || id -u nobody)" "$dir"
   make_first
-  for node in $(standbys); do make_standby "$node"; done
+  for node in $(standbys); do make_standby "$node" & done
+  wait
   wait_for "that all standbys follow" all_follow
   address
 }
 
+# address [NODE]
 address() {
-  local hosts ports
-  hosts=$(nodes | sed 's/.*/127.0.0.1/' | paste -sd,)
-  ports=$(tr ' ' , <"$dir/ports")
+  local hosts ports node
+  ports=$(for node in ${1:-$(nodes)}; do port_of "$node"; done | paste -sd,)
+  hosts=$(for node in ${1:-$(nodes)}; do echo 127.0.0.1; done | paste -sd,)
   echo "host=$hosts port=$ports user=kyv password=$(password) dbname=postgres"
 }
 
 # --- Faults
 
-which_node() {
+which_nodes() {
   case $1 in
     primary) primary ;;
     standby) standbys | shuf -n 1 ;;
-    *) echo "neither primary nor standby: $1" >&2; exit 2 ;;
+    standbys) standbys ;;
+    *) echo "not primary, standby or standbys: $1" >&2; exit 2 ;;
   esac
 }
 
@@ -182,9 +186,18 @@ signal_node() {
 
 is_down() { ! is_up "$1"; }
 
+all_are_gone() {
+  local process
+  for process in "$@"; do ! lives "$process" || return 1; done
+}
+
+# A dead process that nobody has asked for yet keeps its number, and would keep the node from starting.
 kill_node() {
-  signal_node KILL "$1"
-  wait_for "the end of node $1" is_down "$1"
+  local all
+  read -ra all <<<"$(processes "$1")"
+  kill -KILL "${all[@]}" 2>/dev/null || true
+  wait_for "the end of node $1" all_are_gone "${all[@]}"
+  rm -f "$dir/$1/postmaster.pid"
 }
 
 # --- Another primary
@@ -246,9 +259,9 @@ command=${1:-} dir=${2:-}
 [ -n "$dir" ] || { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$0" >&2; exit 2; }
 case $command in
   start) start "${3:-3}" ;;
-  address) address ;;
-  kill) node=$(which_node "$3") && kill_node "$node" && echo "$node" ;;
-  freeze) node=$(which_node "$3") && signal_node STOP "$node" && echo "$node" ;;
+  address) address "${3:-}" ;;
+  kill) for node in $(which_nodes "$3"); do kill_node "$node" && echo "$node"; done ;;
+  freeze) for node in $(which_nodes "$3"); do signal_node STOP "$node" && echo "$node"; done ;;
   thaw) for node in $(nodes); do signal_node CONT "$node"; done ;;
   cut) sql "$(primary)" "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE application_name = 'kyv'" ;;
   promote) promote ;;

@@ -186,20 +186,25 @@ Query insertColumns(std::int64_t number, const StreamDefinition& stream) {
   return {&kInsertColumns, std::move(Parameters().number(number).array(names).array(types).array(places))};
 }
 
-// Of those who define a stream at once, one inserts it, and the others wait until it is there.
+// A stream that is there is only looked at: publishes that are under way keep nobody waiting then. Of those who define
+// a new one at once, one inserts it, and the others find it then.
 Outcome PostgresStore::define(const StreamDefinition& stream, Failure& failure) {
+  Answers answers;
+  Outcome outcome = exchange({find(stream.name)}, answers, failure);
+  if (outcome != Outcome::Done) return outcome;
+  if (const auto found = definitionOf(answers.at(0), stream.name)) {
+    return outcomeOf(*found == stream || refuseOtherDefinition(stream.name, failure));
+  }
   const Query insert{&kInsertStream,
                      std::move(Parameters().number(session_->project()).bytes(stream.name).number(stream.id))};
-  Answers answers;
-  const Outcome outcome = exchange({{&kBegin}, insert, find(stream.name)}, answers, failure);
+  outcome = exchange({{&kBegin}, insert}, answers, failure);
   if (outcome != Outcome::Done) return outcome;
-  if (answers.at(1).rows() > 0) {
-    const Query columns = insertColumns(answers.at(1).number(0, 0), stream);
-    return commit({columns, {&kCommit}}, answers, failure);
+  if (answers.at(1).rows() == 0) {
+    session_->connection().rollBack();
+    return define(stream, failure);
   }
-  const bool isSame = definitionOf(answers.at(2), stream.name) == stream;
-  session_->connection().rollBack();
-  return outcomeOf(isSame || refuseOtherDefinition(stream.name, failure));
+  const Query columns = insertColumns(answers.at(1).number(0, 0), stream);
+  return commit({columns, {&kCommit}}, answers, failure);
 }
 
 Outcome PostgresStore::numberOf(const StreamDefinition& stream, std::int64_t& number, Failure& failure) {
