@@ -10,6 +10,7 @@
 #   scripts/cluster.sh cut DIR               ends the connections of all publishers and subscribers
 #   scripts/cluster.sh promote DIR           makes the most advanced standby the primary; prints the node
 #   scripts/cluster.sh rejoin DIR            starts what is down, as standbys, and waits until all follow
+#   scripts/cluster.sh sql DIR STATEMENT     runs a statement on the primary
 #   scripts/cluster.sh stop DIR              ends it and deletes the folder
 #
 # WHICH is "primary", "standby" or "standbys". Root runs the servers as the user postgres, or nobody. KYV_CLUSTER_FSYNC=off is for
@@ -266,6 +267,7 @@ case $command in
   cut) sql "$(primary)" "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE application_name = 'kyv'" ;;
   promote) promote ;;
   rejoin) rejoin ;;
+  sql) sql "$(primary)" "$3" ;;
   stop) stop ;;
   *) echo "$0: no command is called '$command'" >&2; exit 2 ;;
 esac

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# behaviour_test.sh TESTS: runs what every store must do on a server of its own, which lives as long as the test.
+# behaviour_test.sh SDK_TESTS STORE_TESTS: runs what every store must do, and what only the one on a cluster does, on a
+# server of its own, which lives as long as the test.
 set -euo pipefail
 cluster=$(dirname "${BASH_SOURCE[0]}")/../../scripts/cluster.sh
 dir=$(mktemp -d)
@@ -13,3 +14,4 @@ address=$(KYV_CLUSTER_FSYNC=off "$cluster" start "$dir" 1) || status=$?
 export KYV_STORE_CLUSTER=$address KYV_STORE_SYNC=normal
 "$1" --gtest_filter='*/postgres' | tee "$dir/report"
 ! grep -q SKIPPED "$dir/report" || { echo "the store could not be opened"; exit 1; }
+"$2"

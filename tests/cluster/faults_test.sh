@@ -81,6 +81,18 @@ connections_are_ended() {
   gets_on
 }
 
+# An administrator wants no copies any more: nothing may be acknowledged then.
+nobody_asks_for_standbys() {
+  local before
+  "$cluster" sql "$nodes" "ALTER SYSTEM SET synchronous_standby_names = ''" &&
+    "$cluster" sql "$nodes" "SELECT pg_reload_conf()" && sleep 0.5
+  before=$(acknowledged)
+  sleep 0.5
+  [ "$(acknowledged)" = "$before" ] || { echo "a row without a copy was acknowledged"; return 1; }
+  "$cluster" sql "$nodes" "ALTER SYSTEM RESET synchronous_standby_names" &&
+    "$cluster" sql "$nodes" "SELECT pg_reload_conf()" && gets_on
+}
+
 publisher_is_killed() {
   kill -KILL "$publisher"
   wait "$publisher" || true
@@ -90,7 +102,7 @@ publisher_is_killed() {
 # --- Rounds. In every other one the store tries but once, so that the publisher sees each failure.
 
 faults=(publisher_is_killed primary_is_killed standby_is_killed standby_is_frozen primary_is_frozen
-  both_standbys_are_frozen primary_is_frozen_and_replaced connections_are_ended)
+  both_standbys_are_frozen primary_is_frozen_and_replaced connections_are_ended nobody_asks_for_standbys)
 for round in $(seq "$rounds"); do
   KYV_STORE_WAIT=$((round % 2 * 6))
   publish

@@ -60,6 +60,12 @@ std::string oneLine(const char* message) {
   return line;
 }
 
+// Of the server, or of the client library where the server said nothing.
+std::string reasonOf(const PGresult* result) {
+  const char* const primary = PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY);
+  return primary != nullptr ? primary : oneLine(PQresultErrorMessage(result));
+}
+
 std::string_view stateOf(const PGresult* result) {
   const char* const state = PQresultErrorField(result, PG_DIAG_SQLSTATE);
   return state != nullptr ? state : "";
@@ -206,7 +212,8 @@ Outcome Connection::finishExchange(std::size_t count, Answers& answers, Failure&
     answers.emplace_back(result);
     if (isError(result) && outcome == Outcome::Done) {
       outcome = outcomeOf(stateOf(result));
-      fail(failure, KYV_ERROR_STORE, "%s", oneLine(PQresultErrorMessage(result)).c_str());
+      fail(failure, KYV_ERROR_STORE, outcome == Outcome::Again ? "another transaction is in the way: %s" : "%s",
+           reasonOf(result).c_str());
     }
     PGresult* end = nullptr;
     if (i < count && (!next(end) || end != nullptr)) return lost(failure);
