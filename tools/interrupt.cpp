@@ -1,14 +1,16 @@
 #include "interrupt.h"
 
+#include <atomic>
 #include <csignal>
 
 namespace kyv_internal {
 namespace {
 
 // A signal handler can reach nothing but a global.
-volatile std::sig_atomic_t g_interrupted = 0;
+std::atomic<bool> g_interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
-void noteInterrupt(int) { g_interrupted = 1; }
+void noteInterrupt(int) { g_interrupted = true; }
 
 }  // namespace
 
@@ -23,6 +25,8 @@ void catchInterrupts() {
   std::signal(SIGXFSZ, SIG_IGN);  // NOLINT(cert-err33-c)
 }
 
-bool interrupted() { return g_interrupted != 0; }
+bool interrupted() { return g_interrupted; }
+
+void interruptInput() { g_interrupted = true; }
 
 }  // namespace kyv_internal

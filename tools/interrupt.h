@@ -12,4 +12,7 @@ void catchInterrupts();
 // Whether one has arrived. Any thread may ask.
 bool interrupted();
 
+// As if one had arrived, for a run that waits for input which it has no use for any more. Any thread may call.
+void interruptInput();
+
 }  // namespace kyv_internal

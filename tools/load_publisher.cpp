@@ -56,11 +56,18 @@ bool LoadPublisher::publish(const LoadBatch& batch, RunFault& fault) {
       project_.publish(batch, failure) || (failure.code == KYV_ERROR_STORE && publishAgain(batch, failure));
   if (!done) {
     fault = storeFault(failure, project_, stream_);
+    const bool isOthers = failure.code == KYV_ERROR_REPLACED || failure.code == KYV_ERROR_HELD;
+    if (!isOthers) fault.message += remains();
     return false;
   }
   stored_ = batch.end;
   statistics_.countBatch(batch);
   return true;
+}
+
+std::string LoadPublisher::remains() const {
+  if (!stored_) return "; nothing is published yet";
+  return "; published up to " + stored_->text() + ", and the same command goes on from there";
 }
 
 // The first time at once: most often a connection was lost, and the answer with it.

@@ -37,8 +37,9 @@ class LoadPublisher {
   // False with a fault: this batch is not published, or another adapter has taken over.
   [[nodiscard]] bool publish(const LoadBatch& batch, RunFault& fault);
 
-  // What is known to be stored.
+  // What is known to be stored, and what that means for a run that ends now: goes behind why it does.
   const std::optional<LoadPosition>& stored() const { return stored_; }
+  std::string remains() const;
 
  private:
   enum class Attempt { kDone, kFailed, kHopeless };

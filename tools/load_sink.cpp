@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "complaint.h"
+#include "interrupt.h"
 #include "load_messages.h"
 #include "record_header.h"
 
@@ -102,6 +103,7 @@ void LoadSink::publishBatches() noexcept {
     thrown_ = std::current_exception();
   }
   queue_.abandon();
+  if (publishFault_.happened() || thrown_) interruptInput();
 }
 
 bool LoadSink::take(const ConvertedBlock& block, OutputRange range, RunFault& fault) {
@@ -146,13 +148,6 @@ void LoadSink::finish(RunEnd end, RunSummary& summary, RunFault& fault) {
   if (end == RunEnd::kComplete && !fault.happened()) fault = {cursor_->faultAtEnd(), ExitStatus::kFiles};
   const bool isComplete = end == RunEnd::kComplete && !fault.happened() && summary.rejected == 0;
   writeBookkeeping(isComplete, fault);
-  if (fault.happened() && fault.status == ExitStatus::kServer) fault.message += remains();
-}
-
-std::string LoadSink::remains() const {
-  const std::optional<LoadPosition>& stored = publisher_->stored();
-  if (!stored) return "; nothing is published yet";
-  return "; published up to " + stored->text() + ", and the same command goes on from there";
 }
 
 }  // namespace kyv_internal

@@ -37,7 +37,7 @@ class LoadSink final : public RowSink {
   DoneRows findDone(const ConvertedBlock& block) override { return cursor_->findDone(block); }
   bool take(const ConvertedBlock& block, OutputRange range, RunFault& fault) override;
   void finish(RunEnd end, RunSummary& summary, RunFault& fault) override;
-  std::string remains() const override;
+  std::string remains() const override { return publisher_->remains(); }
 
  private:
   bool openDelivery(RunFault& fault);
