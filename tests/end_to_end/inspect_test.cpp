@@ -5,27 +5,16 @@
 
 #include <string>
 
-#include "tests/end_to_end/tool_fixture.h"
+#include "tests/end_to_end/records_fixture.h"
 
 namespace {
 
 using kyv_test::Outcome;
 using kyv_test::read;
-using kyv_test::Tool;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class Inspect : public Tool {
- protected:
-  // Five records of 52 bytes.
-  void writeRecords() const {
-    writePeople();
-    const Outcome outcome =
-        run("for i in 1 2 3 4 5; do echo \"$i,Ann,1990-01-31\"; done | "
-            "kyv convert -q --no-header -s people.json - -o rows");
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
-  }
-};
+using Inspect = kyv_test::RecordsTool;
 
 // How many records a text shows.
 std::size_t recordsIn(const std::string& text) {
@@ -77,13 +66,10 @@ TEST_F(Inspect, ShowsWhatIsBrokenAndSaysSo) {
       {"head -c 64 /dev/zero | kyv inspect -s people.json - --raw", 1, "Len:0x0",
        "kyv: <stdin>: record 1, at byte 0: length: a record has at least 24 bytes\n"
        "1 of 1 records shown, 1 with faults; no record begins at byte 0\n"},
-      {"head -c 54 rows | kyv inspect -s people.json --raw -", 1, "Op:7 Cols:0x3",
-       "kyv: <stdin>: record 2, at byte 52: length: the file ends within it\n2 of 2 records shown, 1 with faults\n"},
       {"(head -c 4 rows; printf '\\2'; tail -c +6 rows) | kyv inspect -s people.json - --record 1", 1,
        "  operation  2\n             ! no operation has this number\n", "1 of 5 records shown, 1 with faults"},
       {"kyv inspect -s people.json rows --record 9", 2, "", "kyv: rows: there is no record 9, only 5\n"},
       {"kyv inspect -s people.json - </dev/null", 0, "", "0 of 0 records shown\n"},
-      {"kyv inspect -s people.json nowhere", 3, "", "kyv: cannot read nowhere: No such file or directory\n"},
       {"kyv inspect -s people.json rows >/dev/full", 3, "",
        "kyv: cannot write standard output: No space left on device\n"},
       {"kyv inspect -s people.json rows --all | head -n 1; exit ${PIPESTATUS[0]}", 0, "Record 1, at byte 0\n", ""},
