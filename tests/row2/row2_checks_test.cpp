@@ -122,12 +122,11 @@ TEST(Row2Checks, WantOffsetsThatRiseWithinTheRecord) {
 }
 
 struct TypesRow {
-  const char* what;
-  std::vector<unsigned int> types;  // of two fixed columns and groups of one
   std::vector<std::int32_t> table;
   std::string payload;
-  std::vector<bool> nullable;  // empty: none is given
   const char* message;
+  std::vector<bool> nullable = {};                        // empty: none is given
+  std::vector<unsigned int> types = {kString, kInteger};  // of two fixed columns and groups of one
 };
 
 std::string typesMessage(const TypesRow& row) {
@@ -141,79 +140,35 @@ std::string typesMessage(const TypesRow& row) {
 }
 
 TEST(Row2Checks, WantValuesThatAreLongEnoughAndAllowed) {
+  const std::string integers = "01020304 01020304 01020304";
+  const std::vector<unsigned int> named = {kString, kInteger, kInteger, kLong, kFloat};
   const TypesRow rows[] = {
-      {"lengths that just do", {kString, kInteger}, {32, 33, 37}, "00 01020304", {}, ""},
-      {"padding", {kString, kInteger}, {32, 36, 44}, "41004200 0102030405060708", {}, ""},
-      {"NULL and shine through", {kString, kInteger}, {0, -1, 32}, "", {}, ""},
-      {"a string that never ends",
-       {kString, kInteger},
-       {32, 35, 39},
-       "610041 01020304",
-       {},
-       "column 0 STRING is not 0-terminated (last byte 0x41 at offset 2)"},
-      {"a last byte above 127",
-       {kString, kInteger},
-       {32, 0, 33},
-       "ff",
-       {},
-       "column 0 STRING is not 0-terminated (last byte 0xFF at offset 0)"},
-      {"an integer of three bytes",
-       {kString, kInteger},
-       {32, 33, 36},
-       "00 010203",
-       {},
-       "column 1 INTEGER length 0x3 is too short (need 0x4)"},
-      {"a decimal of 23 bytes",
-       {DataTypes::createFixedDecimal(10, 2), kInteger},
-       {32, 55, 59},
+      {{32, 33, 37}, "00 01020304", ""},
+      {{32, 36, 44}, "41004200 0102030405060708", ""},  // padding
+      {{0, -1, 32}, "", ""},
+      {{32, 35, 39}, "610041 01020304", "column 0 STRING is not 0-terminated (last byte 0x41 at offset 2)"},
+      {{32, 0, 33}, "ff", "column 0 STRING is not 0-terminated (last byte 0xFF at offset 0)"},
+      {{32, 33, 36}, "00 010203", "column 1 INTEGER length 0x3 is too short (need 0x4)"},
+      {{40, 36, 44}, integers, "column 0 STRING length 0xFFFFFFFC is invalid"},
+      {{32, INT_MAX, 36}, integers, "column 0 STRING length 0x7FFFFFDF is invalid"},
+      {{0, INT_MAX, INT_MIN}, integers, "column 1 INTEGER length 0x1 is too short (need 0x4)"},
+      {{0, 32, 36}, integers, "column 0 contains a NULL, not allowed", {false, true}},
+      {{32, -7, 33}, "00", "column 1 contains a SHINE, not allowed", {true, false}},
+      {{32, 55, 59},
        std::string(54, '0'),
+       "column 0 DECIMAL(10,2) length 0x17 is too short (need 0x18)",
        {},
-       "column 0 DECIMAL(10,2) length 0x17 is too short (need 0x18)"},
-      {"binary values and codes without a type are not checked", {kBinary, kUnnamed}, {32, 33, 34}, "0102", {}, ""},
-      {"NULL", {kString, kInteger}, {0, 32, 36}, "01020304", {false, true}, "column 0 contains a NULL, not allowed"},
-      {"shine through",
-       {kString, kInteger},
-       {32, -7, 33},
-       "00",
-       {true, false},
-       "column 1 contains a SHINE, not allowed"},
-      {"a group's columns are those of the schema",
-       {kString, kInteger, kString, kLong, kLong},
-       {0, 0, 44, 0, 45, 47},
-       "00 4100",
+       {DataTypes::createFixedDecimal(10, 2), kInteger}},
+      {{32, 33, 34}, "0102", "", {}, {kBinary, kUnnamed}},  // not checked
+      // A group's columns are those of the schema, but the name of a type is that at the column's own index.
+      {{0, 0, 44, 0, 45, 47}, "00 4100", "", {true, true, true}, {kString, kInteger, kString, kLong, kLong}},
+      {{0, 0, 44, 48, 52, 53},
+       integers,
+       "column 4 FLOAT length 0x1 is too short (need 0x4)",
        {true, true, true},
-       ""},
-      {"the name of a type is that at the column's own index",
-       {kString, kInteger, kInteger, kLong, kFloat},
-       {0, 0, 44, 48, 52, 53},
-       "01020304 01020304 01",
-       {true, true, true},
-       "column 4 FLOAT length 0x1 is too short (need 0x4)"},
-      {"a group's column may be NULL where the schema says so",
-       {kString, kInteger, kInteger, kInteger, kInteger},
-       {0, 0, 44, 0, 48, 52},
-       "01020304 01020304",
-       {true, true, false},
-       "column 3 contains a NULL, not allowed"},
-      {"a string that ends before it begins",
-       {kString, kInteger},
-       {40, 36, 44},
-       std::string(24, '0'),
-       {},
-       "column 0 STRING length 0xFFFFFFFC is invalid"},
-      {"a string that ends behind the record",
-       {kString, kInteger},
-       {32, INT_MAX, 36},
-       "01020304",
-       {},
-       "column 0 STRING length 0x7FFFFFDF is invalid"},
-      {"an end of data that no number of 32 bits reaches",
-       {kString, kInteger},
-       {0, INT_MAX, INT_MIN},
-       "01020304",
-       {},
-       "column 1 INTEGER length 0x1 is too short (need 0x4)"}};
-  for (const TypesRow& row : rows) EXPECT_EQ(typesMessage(row), row.message) << row.what;
+       named},
+      {{0, 0, 44, 0, 48, 52}, integers, "column 3 contains a NULL, not allowed", {true, true, false}, named}};
+  for (const TypesRow& row : rows) EXPECT_EQ(typesMessage(row), row.message) << testing::PrintToString(row.table);
 }
 
 TEST(Row2Checks, NeedASchemaForTypesOnlyWhereThereAreColumns) {
