@@ -99,13 +99,11 @@ TEST(TimeModel, PrintsAndReadsAsTheFunctionsDo) {
 TEST(TimeModel, KnowsEveryChangeOfAZone) {
   constexpr const char* kModel = "YYYY-MM-DD HH24:MI:SS.FF TZH:TZM";
   const TimeModel model(kModel, "America/New_York");
-  std::mt19937_64 random(5);
   for (const std::int64_t change : {1710054000L, 1730613600L, 1204444800L, -1633280400L, 16740885600L}) {
-    for (std::int64_t millis = (change - 7200) * 1000; millis < (change + 7200) * 1000; millis += 499'999) {
-      ASSERT_EQ(printedByModel(model, TimeType::kTimestamp, millis),
-                printedByFunction(TimeType::kTimestamp, millis, kModel, "America/New_York"));
-    }
-    for (const std::int64_t millis : {change * 1000 - 1, change * 1000, change * 1000 + 1}) {
+    std::vector<std::int64_t> instants = {change * 1000 - 1, change * 1000, change * 1000 + 1};
+    for (std::int64_t millis = -7'200'000; millis < 7'200'000; millis += 499'999)
+      instants.push_back(change * 1000 + millis);
+    for (const std::int64_t millis : instants) {
       ASSERT_EQ(printedByModel(model, TimeType::kTimestamp, millis),
                 printedByFunction(TimeType::kTimestamp, millis, kModel, "America/New_York"));
     }
@@ -115,11 +113,10 @@ TEST(TimeModel, KnowsEveryChangeOfAZone) {
 TEST(TimeModel, ReadsNamesOfItsOwnZoneAndOfOthers) {
   constexpr const char* kModel = "YYYY-MM-DD HH24:MI:SS TZR";
   const TimeModel model(kModel, "America/New_York");
-  for (const char* text :
-       {"2024-07-03 09:46:40 America/New_York", "2024-01-03 09:46:40 America/New_York", "2024-07-03 09:46:40 UTC",
-        "2024-07-03 09:46:40 Asia/Kolkata", "2024-07-03 09:46:40 America/New_Yor", "2024-07-03 09:46:40 "}) {
-    for (const TimeType type : kTimeTypes) {
-      EXPECT_EQ(model.parse(type, text), readByFunction(type, text, kModel)) << text;
+  for (const char* zone : {"America/New_York", "UTC", "Asia/Kolkata", "America/New_Yor", ""}) {
+    for (const char* time : {"2024-07-03 09:46:40 ", "2024-01-03 09:46:40 "}) {
+      const std::string text = std::string(time) + zone;
+      EXPECT_EQ(model.parse(TimeType::kTimestamp, text), readByFunction(TimeType::kTimestamp, text, kModel)) << text;
     }
   }
 }
