@@ -7,15 +7,14 @@
 #include "quoted_reader.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "block_reader.h"
-#include "byte_source.h"
 #include "framing.h"
 #include "fuzz/fuzz_input.h"
+#include "tests/support/piece_source.h"
 #include "text_layout.h"
 
 namespace {
@@ -30,27 +29,9 @@ constexpr std::size_t kShortRecord = 16;
 
 struct Case {
   char separator;
-  std::array<std::size_t, 3> pieces;
+  std::vector<std::size_t> pieces;
   std::size_t mostRecordBytes;
   std::string_view text;
-};
-
-// Gives a text in pieces.
-class PieceSource final : public kyv_internal::ByteSource {
- public:
-  explicit PieceSource(const Case& test) : rest_(test.text), pieces_(test.pieces) {}
-
-  std::ptrdiff_t read(char* into, std::size_t capacity) override {
-    const std::size_t size = std::min({capacity, rest_.size(), pieces_[turn_++ % pieces_.size()]});
-    rest_.copy(into, size);
-    rest_.remove_prefix(size);
-    return static_cast<std::ptrdiff_t>(size);
-  }
-
- private:
-  std::string_view rest_;
-  std::array<std::size_t, 3> pieces_;
-  std::size_t turn_ = 0;
 };
 
 struct Record {
@@ -97,7 +78,7 @@ void readRecords(char separator, std::string_view text, std::vector<Record>& rec
 
 std::vector<Record> readBlocks(const Case& test) {
   std::vector<Record> records;
-  PieceSource source(test);
+  kyv_test::PieceSource source(std::string(test.text), test.pieces);
   kyv_internal::QuotedFraming framing(test.separator);
   kyv_internal::BlockReader reader(source, framing, test.mostRecordBytes);
   kyv_internal::Block block;
@@ -121,7 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::size_t kMostPiece = 40;
   kyv_fuzz::FuzzInput input(data, size);
   const char separator = input.character();
-  std::array<std::size_t, 3> pieces;
+  std::vector<std::size_t> pieces(3);
   for (std::size_t& piece : pieces) piece = 1 + input.choice(kMostPiece);
   const std::size_t mostRecordBytes = input.choice(2) == 0 ? kLongRecord : kShortRecord;
   if (kyv_internal::refuseSeparator({&separator, 1}) != nullptr) return 0;

@@ -50,17 +50,12 @@ TEST(HexText, PairsDigitsAcrossWhiteSpace) {
     const char* error;
   } rows[] = {
       {"", 0, {}, nullptr},
-      {"01aBFf", 3, {0x01, 0xAB, 0xFF}, nullptr},
-      {" a\tb\r\ncd ", 2, {0xAB, 0xCD}, nullptr},
+      {" 01\taB\r\nFf ", 3, {0x01, 0xAB, 0xFF}, nullptr},
       {"a b", 1, {0xAB}, nullptr},
-      {"abc", 2, {}, kOdd},
-      {"abcd", 1, {}, kTooSmall},
       {"abc", 1, {}, kOdd},  // the capacity counts when a pair is complete
       {"abcdxx", 1, {}, kTooSmall},
       {"abxxcd", 1, {}, kInvalid},
-      {"0x10", 4, {}, kInvalid},
       {"\v", 1, {}, kInvalid},
-      {"g0", 1, {}, kInvalid},
       {"/:", 1, {}, kInvalid},
       {"@`", 1, {}, kInvalid},
       {thirty + " 12", 16, Bytes(15, 0xAA), nullptr},
