@@ -6,14 +6,12 @@
 #include <array>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "row2/line_pieces.h"
 #include "services/byte_search.h"
 
 namespace {
 
-using kyv_internal::RowField;
 using std::string_literals::operator""s;
 
 TEST(CsvLine, EndsBeforeItsLineEnd) {
@@ -30,41 +28,6 @@ TEST(CsvLine, LosesAPairOfTheSameQuotes) {
   } rows[] = {{"'a'", "a"}, {"\"a\"", "a"}, {"''", ""},   {"'", "'"},           {"\"", "\""},     {"'a\"", "'a\""},
               {"'a", "'a"}, {"a'", "a'"},   {"'''", "'"}, {"'\"a\"'", "\"a\""}, {" 'a'", " 'a'"}, {"aa", "aa"}};
   for (const auto& row : rows) EXPECT_EQ(kyv_internal::withoutQuotes(row.text), row.bare) << row.text;
-}
-
-// The fields that a line is split into with room for three, "-" for a null one, and how many it said there are.
-std::string split(std::string& line) {
-  const kyv_internal::PaddedMemory memory = kyv_internal::allocateLine(line.size());
-  std::copy(line.begin(), line.end(), memory.get());
-  std::vector<RowField> fields(3);
-  const std::size_t count = kyv_internal::splitFields({memory.get(), line.size()}, ',', fields);
-  std::string text = std::to_string(count) + ":";
-  for (std::size_t i = 0; i < std::min<std::size_t>(count, 3); ++i) {
-    text += fields[i].data == nullptr ? " -" : " " + std::string(fields[i].text());
-  }
-  line.assign(memory.get(), line.size());
-  return text;
-}
-
-TEST(CsvLine, SplitsAtEverySeparatorWhateverTheQuotes) {
-  const struct {
-    std::string line, fields, altered;
-  } rows[] = {
-      {"1,abc,2.5", "3: 1 abc 2.5", "1,abc,2.5"},
-      {"1,,3", "3: 1 - 3", "1,,3"},
-      {"1,'',\"\"", "3: 1 - -", "1,'\0,\"\0"s},
-      {"'a,b'", "2: 'a b'", "'a,b'"},
-      {"'a',\"b\",'", "3: a b '", "'a\0,\"b\0,'"s},
-      {"", "1: -", ""},
-      {",,", "3: - - -", ",,"},
-      {"1,2,3,4,5", "4: 1 2 3", "1,2,3,4,5"},
-      {"1,2,3,", "4: 1 2 3", "1,2,3,"},
-  };
-  for (const auto& row : rows) {
-    std::string line = row.line;
-    EXPECT_EQ(split(line), row.fields);
-    EXPECT_EQ(line, row.altered) << "closing quotes are overwritten";
-  }
 }
 
 TEST(LinePieces, AreWhatALoopFinds) {
