@@ -19,15 +19,25 @@ Stream::Stream(Address project, StreamDefinition stream)
 
 bool Project::connect(IfMissing ifMissing, Failure& failure) {
   const std::lock_guard lock(mutex_);
-  ProjectAddress address = *address_;
-  address.ifMissing = ifMissing;
-  if (store_ == nullptr) store_ = openStore(address, failure);
+  if (store_ != nullptr) return true;
+  store_ = ifMissing == IfMissing::Create ? openStore(*address_, failure) : reopenStore(*address_, failure);
+  connected_ = connected_ || store_ != nullptr;
   return store_ != nullptr;
 }
 
+template <class Operation>
+bool Project::withStore(Failure& failure, Operation operation) {
+  if (!isConnected(failure)) return false;
+  if (store_ == nullptr) store_ = reopenStore(*address_, failure);
+  if (store_ == nullptr) return false;
+  const bool done = operation(*store_);
+  if (!done && failure.code == KYV_ERROR_STORE) store_.reset();
+  return done;
+}
+
 bool Project::isConnected(Failure& failure) const {
-  return store_ != nullptr || fail(failure, KYV_ERROR_USAGE, "the project '%s:%s' is not connected",
-                                   address_->path.c_str(), address_->number.c_str());
+  return connected_ || fail(failure, KYV_ERROR_USAGE, "the project '%s:%s' is not connected", address_->path.c_str(),
+                            address_->number.c_str());
 }
 
 Address Project::connectedAddress(Failure& failure) {
@@ -37,22 +47,24 @@ Address Project::connectedAddress(Failure& failure) {
 
 kyv_stream_t* Project::handleOf(StreamDefinition stream) {
   kyv_stream_t*& handle = streams_[stream.name];
-  if (handle == nullptr) handle = owned_.add<kyv_stream_t>(std::make_shared<Stream>(address_, std::move(stream)));
+  const auto known = findObject<Stream>(handle);
+  if (known == nullptr || *known->definition != stream)
+    handle = owned_.add<kyv_stream_t>(std::make_shared<Stream>(address_, std::move(stream)));
   return handle;
 }
 
 kyv_stream_t* Project::defineStream(StreamDefinition stream, Failure& failure) {
   const std::lock_guard lock(mutex_);
-  if (!isConnected(failure) || !checkDefinition(stream, failure) || !store_->defineStream(stream, failure)) {
-    return nullptr;
-  }
-  return handleOf(std::move(stream));
+  const bool defined = isConnected(failure) && checkDefinition(stream, failure) &&
+                       withStore(failure, [&](EventStore& store) { return store.defineStream(stream, failure); });
+  return defined ? handleOf(std::move(stream)) : nullptr;
 }
 
 kyv_stream_t* Project::findStream(const std::string& name, Failure& failure) {
   const std::lock_guard lock(mutex_);
   StreamDefinition stream;
-  if (!isConnected(failure) || !store_->findStream(name, stream, failure)) return nullptr;
+  const bool found = withStore(failure, [&](EventStore& store) { return store.findStream(name, stream, failure); });
+  if (!found) return nullptr;
   Failure reason;
   if (!checkDefinition(stream, reason)) {
     fail(failure, KYV_ERROR_STORE, "the stored definition is damaged: %s", reason.message.c_str());
@@ -64,7 +76,8 @@ kyv_stream_t* Project::findStream(const std::string& name, Failure& failure) {
 bool Project::countStreams(std::int32_t& count, Failure& failure) {
   const std::lock_guard lock(mutex_);
   std::vector<std::string> names;
-  if (!isConnected(failure) || !store_->listStreams(names, failure)) return false;
+  const bool listed = withStore(failure, [&](EventStore& store) { return store.listStreams(names, failure); });
+  if (!listed) return false;
   names_ = std::move(names);
   count = static_cast<std::int32_t>(names_.size());
   return true;
@@ -80,7 +93,7 @@ const char* Project::streamName(std::int32_t index, Failure& failure) {
 
 bool Project::readDelivery(const std::string& adapter, std::optional<DeliveryKey>& key, Failure& failure) {
   const std::lock_guard lock(mutex_);
-  return isConnected(failure) && store_->readDelivery(adapter, key, failure);
+  return withStore(failure, [&](EventStore& store) { return store.readDelivery(adapter, key, failure); });
 }
 
 Uri::Uri(ProjectAddress address)

@@ -52,12 +52,16 @@ class Project : public HandleObject {
   const char* streamName(std::int32_t index, Failure& failure);
 
  private:
+  // Does something with the store of a connected project, which is opened again if it failed the last time.
+  template <class Operation>
+  bool withStore(Failure& failure, Operation operation);
   bool isConnected(Failure& failure) const;
   kyv_stream_t* handleOf(StreamDefinition stream);
 
   const Address address_;
   std::mutex mutex_;
-  std::unique_ptr<EventStore> store_;  // once connected
+  bool connected_ = false;
+  std::unique_ptr<EventStore> store_;  // once connected, unless it has failed
   OwnedHandles owned_;
   std::map<std::string, kyv_stream_t*> streams_;
   std::vector<std::string> names_;  // as they were last counted

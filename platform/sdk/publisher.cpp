@@ -66,7 +66,7 @@ void MessageWriter::clear() {
 }
 
 bool Publisher::connect(Failure& failure) {
-  if (store_ == nullptr) store_ = openStore(*address_, failure);
+  if (store_ == nullptr) store_ = reopenStore(*address_, failure);
   return store_ != nullptr;
 }
 

@@ -43,17 +43,24 @@ OpenStore findOpenStore(const fs::path& path, Failure& failure) {
 
 }  // namespace
 
+OpenStore findStoreModule(const std::string& name, const Settings& settings, Failure& failure) {
+  if (isModuleName(name)) return findOpenStore(modulePath(settings.get("KYV_STORE_MODULES"), name), failure);
+  fail(failure, KYV_ERROR_USAGE, "KYV_STORE is '%s', which is no store's name", name.c_str());
+  return nullptr;
+}
+
 std::unique_ptr<EventStore> openStore(const ProjectAddress& project, Failure& failure) {
   Settings settings;
   if (!settings.read(failure)) return nullptr;
   const std::string chosen = settings.get("KYV_STORE");
-  const std::string name = chosen.empty() ? "sqlite" : chosen;
-  if (!isModuleName(name)) {
-    fail(failure, KYV_ERROR_USAGE, "KYV_STORE is '%s', which is no store's name", name.c_str());
-    return nullptr;
-  }
-  const OpenStore open = findOpenStore(modulePath(settings.get("KYV_STORE_MODULES"), name), failure);
+  const OpenStore open = findStoreModule(chosen.empty() ? "sqlite" : chosen, settings, failure);
   return std::unique_ptr<EventStore>(open != nullptr ? open(project, settings, failure) : nullptr);
+}
+
+std::unique_ptr<EventStore> reopenStore(const ProjectAddress& project, Failure& failure) {
+  ProjectAddress existing = project;
+  existing.ifMissing = IfMissing::Fail;
+  return openStore(existing, failure);
 }
 
 }  // namespace kyv_internal

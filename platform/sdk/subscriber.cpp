@@ -51,7 +51,7 @@ kyv_row_reader_t* MessageReader::next(Failure& failure) {
 }
 
 bool Subscriber::connect(Failure& failure) {
-  if (store_ == nullptr) store_ = openStore(*address_, failure);
+  if (store_ == nullptr) store_ = reopenStore(*address_, failure);
   return store_ != nullptr;
 }
 

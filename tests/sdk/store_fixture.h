@@ -15,12 +15,19 @@
 
 namespace kyv_test {
 
+// Where files need not reach a disk: for tests that make very many.
+inline std::filesystem::path folderInMemory() {
+  const std::filesystem::path memory = "/dev/shm";
+  return std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
+}
+
 class StoreFolder {
  public:
-  explicit StoreFolder(const std::string& store = "sqlite") {
+  explicit StoreFolder(const std::string& store = "sqlite",
+                       const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
     setenv("KYV_STORE", store.c_str(), 1);
     setenv("KYV_STORE_MODULES", kStoreModules, 1);
-    std::string name = std::filesystem::temp_directory_path() / "kyv_store_XXXXXX";
+    std::string name = parent / "kyv_store_XXXXXX";
     folder_ = mkdtemp(name.data());
     setenv("KYV_STORE_DIR", folder_.c_str(), 1);
     setenv("XDG_CONFIG_HOME", folder_.c_str(), 1);

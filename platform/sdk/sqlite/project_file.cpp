@@ -173,6 +173,7 @@ bool ProjectFile::fails(Failure& failure) const {
       return fail(failure, KYV_ERROR_STORE, "out of memory");
     case SQLITE_IOERR:
     case SQLITE_CANTOPEN:
+    case SQLITE_FULL:
       return fail(failure, KYV_ERROR_STORE, "the project file '%s': %s (%s)", path, text,
                   systemText(sqlite3_system_errno(connection_.get())).c_str());
     case SQLITE_CORRUPT:

@@ -74,7 +74,8 @@ KYV_EXPORT int32_t kyv_uri_free(kyv_uri_t* uri, kyv_error_t* error);
 /* The project of a URI, always the same handle; it belongs to the URI. `credentials` and `options` are null. */
 KYV_EXPORT kyv_project_t* kyv_project_get(kyv_uri_t* uri, kyv_credentials_t* credentials, kyv_options_t* options,
                                           kyv_error_t* error);
-/* Opens the project's store, which the embedded store creates when it is not there. Again does nothing. */
+/* Opens the project's store, which the embedded store creates when it is not there. Again does nothing. Where the store
+ * fails later, the next call opens it again. */
 KYV_EXPORT int32_t kyv_project_connect(kyv_project_t* project, kyv_error_t* error);
 /* The same for who only reads: KYV_ERROR_MISSING, and nothing is created, when the project is not there. */
 KYV_EXPORT int32_t kyv_project_connect_existing(kyv_project_t* project, kyv_error_t* error);
@@ -112,7 +113,8 @@ KYV_EXPORT int32_t kyv_schema_is_key_column(kyv_schema_t* schema, int32_t column
 /* A publisher of a connected project, for kyv_publisher_free. `options` is null. */
 KYV_EXPORT kyv_publisher_t* kyv_project_create_publisher(kyv_project_t* project, kyv_options_t* options,
                                                          kyv_error_t* error);
-/* Must succeed before the first publish; while connected it does nothing. */
+/* Must succeed before the first publish; while connected it does nothing. After KYV_ERROR_STORE close the publisher and
+ * connect it again. */
 KYV_EXPORT int32_t kyv_publisher_connect(kyv_publisher_t* publisher, kyv_error_t* error);
 /* Disconnects. What was published stays; what writers hold is dropped, and a delivery that was taken is let go. A
  * publisher that was never connected may be closed, and a closed one again. */
@@ -190,7 +192,8 @@ enum {
 /* A subscriber of a connected project, for kyv_subscriber_free. `options` is null. */
 KYV_EXPORT kyv_subscriber_t* kyv_project_create_subscriber(kyv_project_t* project, kyv_options_t* options,
                                                            kyv_error_t* error);
-/* While connected it does nothing. */
+/* While connected it does nothing. After KYV_ERROR_STORE close the subscriber, connect it again, and subscribe behind
+ * the last row that it gave. */
 KYV_EXPORT int32_t kyv_subscriber_connect(kyv_subscriber_t* subscriber, kyv_error_t* error);
 /* Disconnects. One that was never connected may be closed, and a closed one again. */
 KYV_EXPORT int32_t kyv_subscriber_close(kyv_subscriber_t* subscriber, kyv_error_t* error);
