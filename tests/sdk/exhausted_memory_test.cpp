@@ -214,8 +214,7 @@ TEST_F(ExhaustedMemoryInStreams, InDefinitions) {
     inTurn(
         "kyv_project_define_stream",
         [&] { return (stream = define(project_, name.c_str(), table, error_)) != nullptr; },
-        [&] { name = "a stream with a long name " + std::to_string(++number); },
-        [&](bool) { EXPECT_NE(define(project_, name.c_str(), table, error_), nullptr) << message(); });
+        [&] { name = "a stream with a long name " + std::to_string(number); }, [&](bool done) { number += done; });
   }
   std::int32_t count = 0;
   inTurn("kyv_project_get_stream_count", [&] { return (count = kyv_project_get_stream_count(project_, error_)) >= 0; });
