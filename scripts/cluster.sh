@@ -2,6 +2,7 @@
 # Clusters of PostgreSQL servers on this machine, to see and to test what a real one does. Each is a primary and standbys
 # that follow it, on ports of 127.0.0.1 that are free, below a folder of its own. Servers that run already are left alone.
 #
+#   scripts/cluster.sh demo                  a load that goes on while its primary is killed, from beginning to end
 #   scripts/cluster.sh start DIR [NODES]     makes and starts one (3 nodes), and prints its connection string
 #   scripts/cluster.sh address DIR [NODE]    prints it again; that of one node alone
 #   scripts/cluster.sh kill DIR WHICH        kill -9 of all processes of the primary, or of a standby; prints the node
@@ -71,7 +72,7 @@ sql() {
 wait_for() {
   local what=$1
   shift
-  for _ in $(seq 600); do
+  for _ in $(seq 1500); do
     ! "$@" 2>/dev/null || return 0
     sleep 0.05
   done
@@ -255,8 +256,63 @@ stop() {
   rm -rf "$dir"
 }
 
-find_programs
+# --- Demonstration
+
+# The rows that are published and confirmed.
+published() { sql "$(primary)" "SELECT coalesce(max(last_row), 0) FROM kyv.stream" 2>/dev/null || echo 0; }
+
+has_published() { [ "$(published)" -ge "$1" ]; }
+
+# One file's rows many times over, so that the load takes some seconds.
+write_rows() {
+  head -n 1 "$1"
+  for _ in $(seq 150); do tail -n +2 "$1"; done
+}
+
+demo() {
+  local file=examples/data/airports out=build/demo/cluster load rows
+  # shellcheck source=scripts/step.sh
+  source scripts/step.sh
+  step "Configuring" cmake --preset release -B build/demo -DBUILD_TESTING=OFF
+  step "Building the library and the tool" cmake --build build/demo
+  PATH=$PWD/build/demo/tools:$PATH
+  dir=$(mktemp -d)
+  trap stop EXIT
+  step "Starting a primary and two standbys" start 3
+  KYV_STORE_CLUSTER=$(address)
+  export KYV_STORE=postgres KYV_STORE_CLUSTER KYV_STORE_WAIT=30
+  echo "KYV_STORE=postgres KYV_STORE_CLUSTER='$KYV_STORE_CLUSTER'"
+
+  mkdir -p "$out"
+  write_rows "$file.csv" >"$out/rows.csv"
+  rows=$(($(wc -l <"$out/rows.csv") - 1))
+  echo "Loading $rows rows, 1000 at a time (kyv load)"
+  kyv load --schema "$file.json" --project demo/cluster:1 --batch 1000 "$out/rows.csv" 2>"$out/load.log" &
+  load=$!
+  wait_for "the first third of the load" has_published $((rows / 3))
+  echo "  kill -9 of the primary, node $(primary), behind row $(published)"
+  kill_node "$(primary)"
+  echo "  node $(promote) was the most advanced standby, and is the primary now"
+  wait "$load" || { cat "$out/load.log"; exit 1; }
+  echo "  $(tail -n 1 "$out/load.log")"
+
+  kyv convert --schema "$file.json" "$out/rows.csv" --quiet -o "$out/rows"
+  kyv print --schema "$file.json" "$out/rows" --quiet -o "$out/expected.csv"
+  kyv read --project demo/cluster:1 --stream "$(basename "$file")" --quiet -o "$out/read.csv"
+  echo "The stream holds $(wc -l <"$out/read.csv") rows (kyv read)"
+  cmp "$out/expected.csv" "$out/read.csv"
+  echo "Each row of the file is there once, and in order."
+}
+
 command=${1:-} dir=${2:-}
+if [ "$command" = demo ]; then
+  cd "$(dirname "${BASH_SOURCE[0]}")/.."
+  scripts/install_packages.sh build server
+  find_programs
+  demo
+  exit
+fi
+find_programs
 [ -n "$dir" ] || { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$0" >&2; exit 2; }
 case $command in
   start) start "${3:-3}" ;;

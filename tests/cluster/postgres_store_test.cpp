@@ -80,8 +80,6 @@ class PostgresStore : public testing::Test {
   }
 
   Failure failure_;
-
- private:
   const kyv_test::StoreFolder folder_{"postgres"};
   const ProjectAddress project_ = kyv_test::newProject();
 };
@@ -118,6 +116,20 @@ TEST_F(PostgresStore, RefusesTablesOfAnotherVersion) {
   sql("UPDATE kyv.store SET version = 2");
   EXPECT_EQ(openingFails(), "the tables of the schema 'kyv' were made by another version");
   sql("UPDATE kyv.store SET version = 1");
+}
+
+TEST_F(PostgresStore, SeveralThreadsMakeTheTablesAtOnce) {
+  open();
+  sql("DROP SCHEMA kyv CASCADE");
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this] {
+      Failure failure;
+      const auto store = openStore(project_, failure);
+      EXPECT_TRUE(store != nullptr && store->defineStream(kTable, failure)) << failure.message;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(PostgresStore, TakesMoreThanOnePieceAtOnce) {

@@ -37,7 +37,10 @@ constexpr Statement kReadSync{"",
                               "SELECT current_setting('synchronous_standby_names') <> '',"
                               " current_setting('fsync')::boolean AND current_setting('full_page_writes')::boolean"};
 
-constexpr Statement kHaveTables{"", "SELECT to_regclass('kyv.store') IS NOT NULL"};
+// Asks the catalogue itself: to_regclass() may remember that there was none.
+constexpr Statement kHaveTables{"",
+                                "SELECT EXISTS (SELECT FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace"
+                                " WHERE n.nspname = 'kyv' AND c.relname = 'store')"};
 constexpr Statement kReadVersion{"", "SELECT max(version) FROM kyv.store"};
 // Of those who find no tables at once, one makes them.
 constexpr Statement kLockTables{"", "SELECT pg_advisory_xact_lock(7744876612017193985)"};

@@ -71,13 +71,14 @@ inline constexpr Statement kPutEntries{
     " FROM unnest($2::bytea[], $3::bigint[], $4::boolean[], $5::bytea[]) AS e (key, number, gone, record)"
     " ON CONFLICT (stream, key) DO UPDATE SET number = EXCLUDED.number, gone = EXCLUDED.gone, record = "
     "EXCLUDED.record"};
-// Rows behind a number, about a megabyte of them, at least one.
+// Rows behind a number: at least one, and then up to about a megabyte. The server looks at all rows within the limit
+// before it counts their bytes, so that this is no larger than a megabyte of the usual ones.
 inline constexpr Statement kReadBlocks{
     "kyv_read_blocks",
     "SELECT last_row, records FROM"
     " (SELECT last_row, records, sum(octet_length(records)) OVER (ORDER BY last_row) - octet_length(records) AS before"
     "  FROM (SELECT last_row, records FROM kyv.block WHERE stream = $1::bigint AND last_row > $2::bigint"
-    "        ORDER BY last_row LIMIT 4096) AS next) AS sized"
+    "        ORDER BY last_row LIMIT 256) AS next) AS sized"
     " WHERE before < 1048576 ORDER BY last_row"};
 inline constexpr Statement kReadEntries{
     "kyv_read_entries",
@@ -85,7 +86,7 @@ inline constexpr Statement kReadEntries{
     " (SELECT number, record, sum(octet_length(record)) OVER (ORDER BY number) - octet_length(record) AS before"
     "  FROM (SELECT number, record FROM kyv.entry"
     "        WHERE stream = $1::bigint AND number > $2::bigint AND (NOT gone OR $2::bigint > 0)"
-    "        ORDER BY number LIMIT 4096) AS next) AS sized"
+    "        ORDER BY number LIMIT 2048) AS next) AS sized"
     " WHERE before < 1048576 ORDER BY number"};
 inline constexpr Statement kHasBlocks{
     "kyv_has_blocks", "SELECT EXISTS (SELECT FROM kyv.block WHERE stream = $1::bigint AND last_row > $2::bigint)"};
