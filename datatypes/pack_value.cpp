@@ -293,7 +293,8 @@ PackedLines packAllLines(const RecordHead& head, std::span<const ColumnType> col
   PackedLines done;
   while (memory.size() - done.bytes >= room) {
     const std::size_t size = packPieces(head, columns, pieces, formats, memory.data() + done.bytes);
-    if (size == 0) break;
+    done.stopped = size == 0;
+    if (done.stopped) break;
     done.bytes += size;
     ++done.lines;
     pieces.nextLine();

@@ -41,10 +41,11 @@ struct PackedFields {
 struct PackedLines {
   std::size_t lines = 0;
   std::size_t bytes = 0;  // of their records
+  bool stopped = false;   // by a line in which something is out of the ordinary
 };
 
-// The same for lines of a text, each of which may take `room` bytes, as many as there is memory for, up to the first in
-// which something is out of the ordinary.
+// The same for lines of a text, each of which may take `room` bytes, as many as there is memory for. When it is stopped
+// the text stands within the line that did it.
 [[nodiscard]] PackedLines packLines(const RecordHead& head, std::span<const ColumnType> columns, TextPieces& text,
                                     const FormatSet& formats, std::size_t room, std::span<unsigned char> memory);
 

@@ -156,7 +156,8 @@ void checkTexts(const Case& test, const std::string& record) {
 
 // With text enough around it that the line is converted where it is.
 void checkAmongOthers(const Case& test) {
-  const std::string text = std::string(16, '\n') + test.line + "\n" + test.line + std::string(96, '\n');
+  const std::string others(96, '.');
+  const std::string text = others + "\n" + test.line + "\n" + test.line + "\n" + others;
   ConnectionRowCsv row;
   test.prepare(row);
   require(kyv_test::appendManyAtOnce(row, text) == kyv_test::appendOneByOne(row, text), "lines convert as each does");

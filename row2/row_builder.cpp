@@ -152,7 +152,7 @@ LinesDone appendUsualRecords(const RowSource& source, std::string_view text, cha
     packed = packLines(head, source.columns, pieces, source.formats.set(), room, {asBytes(out.prepare(much)), much});
     out.commit(packed.bytes);
     done.lines += packed.lines;
-  } while (packed.lines != 0 && out.size() < mostBytes);
+  } while (!packed.stopped && out.size() < mostBytes);
   done.bytes = static_cast<std::size_t>(pieces.lineBegin() - text.data());
   return done;
 }

@@ -275,13 +275,15 @@ TEST(ConnectionRowCsv, ConvertsManyLinesAsOneByOne) {
                                "\r",
                                "5,a\r,1\r\r",
                                "3,\",',1e5",
-                               "1,a"
-                               "\0"
-                               "b,2",
+                               std::string("1,a\0b,2", 7),
                                "2, b ,  2.5 ",
                                "\xFF,\xFE,",
                                std::string(300, ','),
-                               "4,abc,2.5\r\0",
+                               std::string("4,abc,2.5\r\0", 11),
+                               "a,1",
+                               "x,1,abc,2.5",
+                               "1",
+                               "x",
                                "8," + std::string(200, 'y') + ",1.25",
                                "9," + std::string(1022, 'z') + ",1",
                                "9," + std::string(1100, 'z') + ",1",
@@ -294,7 +296,7 @@ TEST(ConnectionRowCsv, ConvertsManyLinesAsOneByOne) {
       text += lines[mostlyUsual && random() % 16 != 0 ? random() % 4 : random() % std::size(lines)] + "\n";
     }
     if (random() % 2 == 0 && !text.empty()) text.pop_back();
-    TestSchema schema = threeColumns();
+    TestSchema schema(kyv_test::columnsOf(round % 3 == 0 ? "string" : "integer string float"));
     ConnectionRowCsv row;
     row.setStreamType(&schema, false);
     const std::size_t mostBytes = random() % 4 == 0 ? 1 + random() % 500 : std::string::npos;
