@@ -19,10 +19,11 @@ void ConnectionRowPool::deleteFreeRows() {
 }
 
 void ConnectionRowPool::setPrototype(ConnectionRow* prototype) {
-  auto generation = std::make_shared<const char>();
   const MutexGuard lock(mutex_);
   if (prototype == prototype_.get()) return;
-  prototype_.reset(prototype);
+  std::unique_ptr<ConnectionRow> taken(prototype);
+  auto generation = std::make_shared<const char>();
+  prototype_ = std::move(taken);
   generation_ = std::move(generation);
   deleteFreeRows();
 }

@@ -43,10 +43,8 @@ ConnectionRowPoolHandle* createConnectionRowPool() {
 void deleteConnectionRowPool(ConnectionRowPoolHandle* pool) { kyv_internal::deleteCell(pool); }
 
 void setPrototype(ConnectionRowPoolHandle* pool, ConnectionRowHandle* prototype) {
-  guarded([&] {
-    pool->object->setPrototype(prototype->object);
-    delete prototype;
-  });
+  guarded([&] { pool->object->setPrototype(prototype->object); });
+  delete prototype;
 }
 
 ConnectionRowHandle* alloc(ConnectionRowPoolHandle* pool) {

@@ -27,7 +27,8 @@ class KYV_EXPORT ConnectionRowPool {
 
   // Takes over a row made with new, or none, as the prototype, and deletes the old one and all rows that lie in the
   // pool. Rows that are out are deleted when they come back. The current prototype again changes nothing. The new one
-  // is used by createNew alone from now on, and by nobody else.
+  // is used by createNew alone from now on, and by nobody else. It is deleted, and the old one stays, when memory is
+  // exhausted.
   void setPrototype(ConnectionRow* prototype);
 
   // A row without data and with the prototype's settings, or with those that it came back with; null without a

@@ -171,7 +171,7 @@ KYV_EXPORT ConnectionRowPoolHandle* createConnectionRowPool(void);
  * stay as they are: deleteConnectionRow. */
 KYV_EXPORT void deleteConnectionRowPool(ConnectionRowPoolHandle* pool);
 /* Gives the pool its prototype and releases the prototype's handle. The old prototype and all rows that lie in the pool
- * are deleted; rows that are out will be when they come back. */
+ * are deleted; rows that are out will be when they come back. When memory is exhausted the new prototype is deleted. */
 KYV_EXPORT void setPrototype(ConnectionRowPoolHandle* pool, ConnectionRowHandle* prototype);
 /* A row without data, in a new handle; a handle without a row when the pool has no prototype. freeConnectionRow takes
  * both. */
