@@ -7,6 +7,7 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "kyv/time_to_string.h"
@@ -52,6 +53,9 @@ struct Zone::Rules {
 
   // Every zone that ICU makes by its name is a basic one: it can tell its changes.
   const icu::BasicTimeZone& changing() const { return dynamic_cast<const icu::BasicTimeZone&>(*zone); }
+
+  // When daylight saving comes into force or goes out of it, in seconds since 1970, up to the years that repeat.
+  std::vector<std::int64_t> changesOfDaylight(bool inForce) const;
 };
 
 void Zone::DeleteRules::operator()(Rules* rules) const { delete rules; }
@@ -83,22 +87,36 @@ std::optional<ZoneOffset> Zone::offsetByRules(double millis) const {
   return ZoneOffset{rawOffset_, daylight ? saving_ : 0, daylight};
 }
 
-DaylightTable Zone::daylightTable() const {
-  if (rules_ == nullptr) return {};
-  const bool before = offsetAt(kFirstInstant).value_or(ZoneOffset{}).daylight;
+// When memory is exhausted ICU says that there are no more changes, or gives one without its rule.
+std::vector<std::int64_t> Zone::Rules::changesOfDaylight(bool inForce) const {
+  UErrorCode error = U_ZERO_ERROR;
+  if (changing().countTransitionRules(error); error == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
   std::vector<std::int64_t> changes;
-  bool inForce = before;
   icu::TimeZoneTransition change;
   double millis = kFirstInstant;
-  while (rules_->changing().getNextTransition(millis, 0, change)) {
+  while (changing().getNextTransition(millis, 0, change)) {
     millis = change.getTime();
     const auto seconds = static_cast<std::int64_t>(millis / 1000);
     if (seconds >= DaylightTable::kCycleEnd) break;
+    if (change.getTo() == nullptr) throw std::bad_alloc();
     if ((change.getTo()->getDSTSavings() != 0) == inForce) continue;
     inForce = !inForce;
     changes.push_back(seconds);
   }
-  return {before, std::move(changes)};
+  return changes;
+}
+
+DaylightTable Zone::daylightTable() const {
+  if (rules_ == nullptr) return {};
+  const bool before = offsetAt(kFirstInstant).value_or(ZoneOffset{}).daylight;
+  const DaylightTable table(before, rules_->changesOfDaylight(before));
+  // The changes that come every year are missing when there was no memory for their rules.
+  constexpr std::int64_t kMonth = 30 * kSecondsPerDay;
+  for (std::int64_t at = DaylightTable::kCycleEnd - kMonth; at > DaylightTable::kCycleEnd - 13 * kMonth; at -= kMonth) {
+    const auto offset = offsetAt(static_cast<double>(at) * 1000);
+    if (!offset || offset->daylight != table.inForceAt(at)) throw std::bad_alloc();
+  }
+  return table;
 }
 
 std::string Zone::displayName(bool daylight, NameStyle style) const {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 #include "platform/sdk/settings.h"
@@ -20,7 +21,9 @@ fs::path libraryFolder() {
   Dl_info library{};
   if (dladdr(std::bit_cast<const void*>(&openStore), &library) == 0) return {};
   std::error_code error;
-  return fs::canonical(library.dli_fname, error).parent_path();
+  const fs::path path = fs::canonical(library.dli_fname, error);
+  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
+  return path.parent_path();
 }
 
 bool isModuleName(const std::string& name) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -26,7 +27,9 @@ fs::path libraryFolder() {
   Dl_info library{};
   if (dladdr(reinterpret_cast<const void*>(&ErrorUtility::initialize), &library) == 0) return {};
   std::error_code error;
-  return fs::canonical(library.dli_fname, error).parent_path();
+  const fs::path path = fs::canonical(library.dli_fname, error);
+  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
+  return path.parent_path();
 }
 
 fs::path messagesFolder() {

@@ -18,7 +18,8 @@ namespace kyv_internal {
 
 class MessageBundle {
  public:
-  // `folder` is absolute: ICU looks up relative names among its own data.
+  // `folder` is absolute: ICU looks up relative names among its own data. Throws when memory is exhausted, as format
+  // does.
   MessageBundle(const std::string& folder, const std::string& module);
 
   // The finished text in UTF-8. Nothing when there is no text under `id`, or when it is no pattern for plain texts.
