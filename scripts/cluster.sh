@@ -14,8 +14,9 @@
 #   scripts/cluster.sh sql DIR STATEMENT     runs a statement on the primary
 #   scripts/cluster.sh stop DIR              ends it and deletes the folder
 #
-# WHICH is "primary", "standby" or "standbys". Root runs the servers as the user postgres, or nobody. KYV_CLUSTER_FSYNC=off is for
-# tests that kill no server. Where there is no PostgreSQL to run, the exit status is 77.
+# WHICH is "primary", "standby" or "standbys". Root runs the servers as the user postgres, or nobody, who must be able to
+# reach the folder. KYV_CLUSTER_FSYNC=off is for tests that kill no server. Where there is no PostgreSQL to run, the exit
+# status is 77.
 set -euo pipefail
 
 find_programs() {
@@ -82,13 +83,11 @@ wait_for() {
 
 sql_says() { [ "$(sql "$1" "$2")" = "$3" ]; }
 
-free_port() {
-  local port
-  while :; do
-    port=$((RANDOM % 20000 + 20000))
-    (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
-  done
-  echo "$port"
+# is_free PORT [TAKEN...]
+is_free() {
+  local port=$1
+  shift
+  [[ " $* " != *" $port "* ]] && ! (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null
 }
 
 # --- Making
@@ -146,10 +145,12 @@ all_follow() {
 }
 
 start() {
-  local ports=() node
+  local ports=() port node
   mkdir -p "$dir"
+  [ -z "$(ls -A "$dir")" ] || { echo "$dir is not empty" >&2; exit 2; }
   while [ ${#ports[@]} -lt "$1" ]; do
-    ports+=("$(free_port)")
+    port=$((RANDOM % 20000 + 20000))
+    ! is_free "$port" "${ports[@]}" || ports+=("$port")
   done
   echo "${ports[*]}" >"$dir/ports"
   echo 1 >"$dir/primary"
@@ -314,6 +315,7 @@ if [ "$command" = demo ]; then
 fi
 find_programs
 [ -n "$dir" ] || { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$0" >&2; exit 2; }
+[ "$command" = start ] || [ -e "$dir/ports" ] || { echo "there is no cluster in $dir" >&2; exit 2; }
 case $command in
   start) start "${3:-3}" ;;
   address) address "${3:-}" ;;

@@ -97,7 +97,7 @@ TEST_F(PostgresStore, SaysWhichSettingIsWrong) {
       {"KYV_STORE_WAIT", "1s", "KYV_STORE_WAIT is '1s', no number of seconds from 0 to 86400", KYV_ERROR_USAGE},
       {"KYV_STORE_CLUSTER", "", "KYV_STORE_CLUSTER is not set: no address of a cluster", KYV_ERROR_USAGE},
       {"KYV_STORE_CLUSTER", "host", "KYV_STORE_CLUSTER is no connection string: ", KYV_ERROR_USAGE},
-      {"KYV_STORE_CLUSTER", "host=127.0.0.1 port=1", "the cluster did not answer for 0 seconds: ", KYV_ERROR_STORE},
+      {"KYV_STORE_CLUSTER", "host=127.0.0.1 port=1", "the cluster was given up after 0 seconds: ", KYV_ERROR_STORE},
       {"KYV_STORE_SYNC", "full", "the server has fsync or full_page_writes off and loses rows in a crash; ",
        KYV_ERROR_STORE},
   };
@@ -202,7 +202,7 @@ TEST_F(WithoutStandby, ACommitThatNobodyConfirmsEndsWithAFailureAndIsSettledLate
   setStandbys("ANY 1 (nobody)");
   EXPECT_EQ(
       publish(*store, "a", &delivery),
-      "the cluster did not answer for 0 seconds: a commit is not confirmed; it waits for a standby, or the server "
+      "the cluster was given up after 0 seconds: a commit is not confirmed; it waits for a standby, or the server "
       "hangs");
   EXPECT_EQ(failure_.code, KYV_ERROR_STORE);
   std::optional<DeliveryKey> key;

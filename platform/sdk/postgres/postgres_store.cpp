@@ -112,7 +112,7 @@ bool PostgresStore::run(Failure& failure, const Operation& operation) {
     if (Clock::now() >= *until) break;
   }
   const std::string reason = failure.message;
-  return fail(failure, KYV_ERROR_STORE, "the cluster did not answer for %lld seconds: %s",
+  return fail(failure, KYV_ERROR_STORE, "the cluster was given up after %lld seconds: %s",
               static_cast<long long>(options_.wait / std::chrono::seconds(1)), reason.c_str());
 }
 
