@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the tool and shows its main job on real data: text to binary records, and records back to text.
+# Builds the tool and shows its main jobs on real data: text to binary records and back, and text into a stream, each
+# row once, whatever happens.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 exec </dev/null
@@ -44,5 +45,23 @@ printf '  as a page   %s\n' build/demo/data/one.html
 row | sed 's/4[.]0/4.O/' >>rows.csv
 printf '\nWhat does not fit is reported, and stops no other row\n'
 kyv convert --schema $file.json rows.csv -o some.rows 2>&1 | sed 's/^/  /' || [ $? -eq 1 ]
+
+printf '\nInto a stream of this machine, killed half way and started again (kyv load, kyv read)\n'
+export KYV_STORE_DIR=$PWD/projects KYV_STORE=sqlite
+rm -rf projects
+rows=$(($(wc -l <"$data/$file.csv") - 1))
+load=(kyv load --schema "$file.json" --project demo/weather:1 "$data/$file.csv")
+read_stream() { kyv read --quiet --project demo/weather:1 --stream $file --timestamp-format %Y-%m-%dT%H:%M:%S "$@"; }
+{
+  "${load[@]}" --batch 10 & # small batches, so that there is a half way
+  until [ -n "$(read_stream --from $((rows / 2 - 100)) --limit 1)" ] || ! kill -0 $!; do :; done
+  kill -KILL $! || true # a fast machine may be through
+  wait $! || true
+} 2>/dev/null # bash tells of the kill
+printf '  killed with %s of %s rows in the stream\n' "$(read_stream | wc -l)" "$rows"
+"${load[@]}" 2>&1 | sed 's/^/  /'
+printf '  now %s rows are in the stream\n' "$(read_stream | wc -l)"
+read_stream --header | cmp - $file.csv
+echo '  Printed from the stream, they are the file: each row once, and in order.'
 
 printf '\nSchemas, records and texts are in build/demo/data; "build/demo/tools/kyv --help" says more.\n'

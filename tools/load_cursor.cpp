@@ -35,16 +35,22 @@ DoneRows LoadCursor::findDone(const ConvertedBlock& block) {
     ++done.records;
     done.bytes += record.size();
   }
-  done.isWhole = isBehind();
+  done.isWhole = isBehind() && sawDone_;
   if (done.isWhole) leave(block);
   return done;
 }
 
-// False when the record's key is beyond those that the delivery has, although there must be more.
+// False when the record's key is beyond those that the delivery has. The input must then have had all rows of its last
+// key, or none that is delivered: its beginning may be cut off.
 bool LoadCursor::passDone(std::string_view record) {
   const std::int64_t key = keyOf(record);
   if (key == start_->key) ++startRows_;
+  sawDone_ = sawDone_ || key <= start_->key;
   if (key <= start_->key) return true;
+  if (!sawDone_) {
+    start_.reset();
+    return false;
+  }
   fault_ = userMessage("sourceDiffers",
                        {std::to_string(start_->rowsDone), std::to_string(start_->key), std::to_string(startRows_)});
   return false;
@@ -85,7 +91,7 @@ std::int64_t LoadCursor::keyOf(std::string_view record) const {
 }
 
 std::string LoadCursor::faultAtEnd() const {
-  if (!isBehind()) return "";
+  if (!isBehind() || (keyColumn_ && !sawDone_)) return "";
   if (!keyColumn_) return userMessage("sourceTooShort", {std::to_string(row_), std::to_string(start_->key)});
   return userMessage("sourceDiffers",
                      {std::to_string(start_->rowsDone), std::to_string(start_->key), std::to_string(startRows_)});

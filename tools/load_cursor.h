@@ -45,7 +45,7 @@ class LoadCursor {
   // Behind the last row; nothing before the first.
   const std::optional<LoadPosition>& position() const { return last_; }
   // Why the input cannot be the one of this delivery; empty when nothing says so. At the end it must have come to where
-  // the delivery was.
+  // the delivery was, unless it has none of the delivery's keys.
   const std::string& fault() const { return fault_; }
   std::string faultAtEnd() const;
 
@@ -60,6 +60,7 @@ class LoadCursor {
   std::optional<LoadPosition> start_;
   std::optional<LoadPosition> last_;
   std::uint64_t row_ = 0;       // the last one's number in the input
+  bool sawDone_ = false;        // rows that the delivery has, with a key column
   std::int64_t startRows_ = 0;  // with the start's key, seen so far
   std::size_t gap_ = 0;         // the block's first that is still to come
   std::string fault_;
