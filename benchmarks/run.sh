@@ -50,6 +50,7 @@ text to time by compiled model, in a zone|0.5
 kyv convert|5
 kyv print|5
 kyv convert, 2 threads|1.8
+kyv load|0.8
 '
 max_peak_kilobytes=65536
 
@@ -64,6 +65,7 @@ bin=build/release/benchmarks
 kyv=build/release/tools/kyv
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+export KYV_STORE=sqlite KYV_STORE_DIR=$work/projects KYV_STORE_SYNC=full
 
 # Lines "PATH|SIDE|MEASURE", the smallest measure of each path and side, in the order of their first appearance.
 best() {
@@ -99,6 +101,28 @@ make_input() {
   "$bin/make_trades" --schema >"$work/schema.json"
 }
 
+# Each load begins without a project, each import without a database; nothing of the one before is still to be written.
+loads() {
+  rm -rf "$KYV_STORE_DIR" "$work"/imported*
+  sync
+  measure "kyv load" "$@"
+}
+
+has_sqlite() { command -v sqlite3 >/dev/null; }
+
+# What is loaded is what print gives of the records; what is imported has as many rows.
+check_loads() {
+  local columns='Id INTEGER, Symbol TEXT, Side TEXT, Price REAL, Quantity INTEGER, Notional REAL, ExecutedAt TEXT,
+    SettlesOn TEXT, OddLot TEXT, Venue TEXT'
+  "$kyv" load --quiet --schema "$work/schema.json" --project benchmark:1 "$work/trades.csv"
+  "$kyv" read --quiet --project benchmark:1 --stream Trades | cmp - "$work/ours.csv"
+  has_sqlite || { echo "The row of kyv load is left out: there is no sqlite3." >&2; return 0; }
+  printf '%s\n' 'PRAGMA journal_mode = WAL;' 'PRAGMA synchronous = FULL;' "CREATE TABLE trades ($columns);" '.mode csv' \
+    ".import $work/trades.csv trades" >"$work/import.sql"
+  sqlite3 "$work/imported" ".read $work/import.sql" >/dev/null
+  [ "$(sqlite3 "$work/imported" 'SELECT count(*) FROM trades')" = "$rows" ]
+}
+
 # The programs of a pair must agree: records byte for byte, and printed lines by the records that they read back to.
 check_programs() {
   "$bin/getline_convert" "$work/trades.csv" "$work/peer.rows"
@@ -120,13 +144,18 @@ whole_programs() {
     measure "kyv convert, 2 threads" kyv "$kyv" convert --quiet --threads 2 --schema "$schema" "$csv" -o "$work/out"
     measure "kyv print" peer "$bin/getline_print" "$records" "$work/out"
     measure "kyv print" kyv "$kyv" print --quiet --threads 1 --schema "$schema" "$records" -o "$work/out"
+    has_sqlite || continue
+    loads peer sqlite3 "$work/imported" ".read $work/import.sql"
+    loads kyv "$kyv" load --quiet --threads 1 --schema "$schema" --project benchmark:1 "$csv"
   done
 }
 
-# Processor time, but for two threads: there the clock counts, and one thread is the peer.
+# Processor time, but for two threads and for what waits for the disk: there the clock counts. The peer of two threads is
+# one.
 program_times() {
   awk -F'|' -v threads="kyv convert, 2 threads" '
     $1 == threads { print threads "|kyv|" $3; next }
+    $1 == "kyv load" { print $1 "|" $2 "|" $3; next }
     $1 "|" $2 == "kyv convert|kyv" { print threads "|peer|" $3 }
     { print $1 "|" $2 "|" $4 }' "$work/programs" | best
 }
@@ -155,6 +184,7 @@ peak_line() {
 build
 make_input
 check_programs
+check_loads
 echo "| path | peer | kyv | ratio | at least |"
 echo "|---|---|---|---|---|"
 micro_benchmarks | table ns
