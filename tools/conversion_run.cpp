@@ -258,9 +258,10 @@ bool ConversionRun::takeOversized(Slot& slot) {
   }
   badRows_.count();
   progress_->hide();
+  const unsigned long long record = rowsBefore() + 1;
   RowFault fault;
-  fault.message = strprintf("record %llu: longer than %zu bytes, the most that a row may have",
-                            static_cast<unsigned long long>(rowsBefore() + 1), plan_.mostRowBytes);
+  fault.message =
+      strprintf("record %llu: longer than %zu bytes, the most that a row may have", record, plan_.mostRowBytes);
   if (badRows_.wantsReports()) reportFault(lines_ + 1, fault, slot.block.text());
   count({1, 0, 0, 0, {}}, {});
   return keepOversized(slot) && !badRows_.isFull();

@@ -18,7 +18,7 @@
 #include "progress_bar.h"
 #include "row_converter.h"
 #include "row_sink.h"
-#include "row_source.h"
+#include "run_source.h"
 #include "run_summary.h"
 
 namespace kyv_internal {
@@ -29,7 +29,7 @@ inline constexpr std::size_t kMostTextRowBytes = std::size_t{1} << 20;
 enum class RowForm { kText, kRecords };
 
 struct ConversionPlan {
-  std::unique_ptr<RowSource> source;  // without one, rows come from the file that the options name
+  std::unique_ptr<RunSource> source;  // without one, rows come from the file that the options name
   RowForm rows = RowForm::kText;      // of the input
   FirstLine firstLine = FirstLine::kRow;
   std::unique_ptr<Framing> framing;
@@ -91,7 +91,7 @@ class ConversionRun {
   ConversionPlan plan_;
   std::size_t blockBytes_;      // of a usual block
   std::size_t convertedBytes_;  // what rows may become before they are written
-  std::unique_ptr<RowSource> input_;
+  std::unique_ptr<RunSource> input_;
   BadRowLog badRows_;
   std::unique_ptr<BlockReader> reader_;
   std::unique_ptr<RowConverter> explainer_;

@@ -6,11 +6,11 @@
 #include <optional>
 #include <string>
 
-#include "row_source.h"
+#include "run_source.h"
 
 namespace kyv_internal {
 
-class InputFile final : public RowSource {
+class InputFile final : public RunSource {
  public:
   InputFile() = default;
   ~InputFile() override;

@@ -32,21 +32,18 @@ void LoadRehearsal::tell(const std::string& line) const {
 
 bool LoadRehearsal::look(std::optional<LoadPosition>& start, RunFault& fault) const {
   ReadProject project;
+  const auto lacks = [&](const std::string& what) {
+    if (project.isMissing()) {
+      tell("there is no " + what + " yet");
+    } else {
+      fault = connectFault({KYV_ERROR_STORE, project.error()}, project_);
+    }
+    return !fault.happened();
+  };
+  if (!project.open(project_) || !project.readDelivery(plan_.adapter, start)) return lacks("project " + project_);
   SchemaFile there;
-  const bool opened = project.open(project_);
-  if (!opened && project.isMissing()) {
-    tell("there is no project " + project_ + " yet");
-    return true;
-  }
-  if (!opened || !project.readDelivery(plan_.adapter, start)) {
-    fault = connectFault({KYV_ERROR_STORE, project.error()}, project_);
-  } else if (project.describe(plan_.schema.stream, there)) {
-    if (!isSameStream(there, plan_.schema)) fault = {userMessage("streamDiffers", {there.stream}), ExitStatus::kServer};
-  } else if (project.isMissing()) {
-    tell("there is no stream " + plan_.schema.stream + " yet");
-  } else {
-    fault = connectFault({KYV_ERROR_STORE, project.error()}, project_);
-  }
+  if (!project.describe(plan_.schema.stream, there)) return lacks("stream " + plan_.schema.stream);
+  if (!isSameStream(there, plan_.schema)) fault = {userMessage("streamDiffers", {there.stream}), ExitStatus::kServer};
   return !fault.happened();
 }
 

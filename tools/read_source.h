@@ -7,12 +7,12 @@
 #include <string_view>
 
 #include "read_project.h"
-#include "row_source.h"
+#include "run_source.h"
 #include "stream_reading.h"
 
 namespace kyv_internal {
 
-class ReadSource final : public RowSource {
+class ReadSource final : public RunSource {
  public:
   // Of the stream that the project has subscribed to. The project must outlive the source.
   ReadSource(ReadProject& project, std::string name, StreamEnd end)

@@ -1,6 +1,7 @@
 #include "text_rows.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "kyv/data_types.h"
 #include "kyv/string_utility.h"
@@ -283,8 +284,8 @@ class QuotedRows final : public RowConverter {
 
 }  // namespace
 
-TextRowPools::TextRowPools(const kyv::StreamSchema& schema, const TextLayout& layout)
-    : schema_(schema), layout_(layout) {
+TextRowPools::TextRowPools(const kyv::StreamSchema& schema, TextLayout layout)
+    : schema_(schema), layout_(std::move(layout)) {
   auto line = makePrototype<ConnectionRowCsv>(schema_, layout_);
   line->setSeparator(layout_.separator.value_or(kDefaultSeparator));
   line->setWithService(layout_.service);

@@ -27,7 +27,7 @@ class TextRowPools {
   template <class Row>
   using Borrowed = std::unique_ptr<Row, GiveBack<Row>>;
 
-  TextRowPools(const kyv::StreamSchema& schema, const TextLayout& layout);
+  TextRowPools(const kyv::StreamSchema& schema, TextLayout layout);
 
   const kyv::StreamSchema& schema() const { return schema_; }
   const TextLayout& layout() const { return layout_; }

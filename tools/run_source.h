@@ -11,7 +11,7 @@
 
 namespace kyv_internal {
 
-class RowSource : public ByteSource {
+class RunSource : public ByteSource {
  public:
   // What messages call it.
   virtual const std::string& name() const = 0;
