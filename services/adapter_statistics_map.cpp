@@ -32,18 +32,7 @@ bool eqstr::operator()(const char* left, const char* right) const { return std::
 
 HashMap::HashMap() : buckets_(bucketsFor(kExpectedEntries)) {}
 
-HashMap::HashMap(const HashMap& other) { copyChains(other); }
-
-HashMap& HashMap::operator=(const HashMap& other) {
-  if (&other != this) copyChains(other);
-  return *this;
-}
-
-HashMap::~HashMap() = default;
-
-void HashMap::copyChains(const HashMap& other) {
-  nodes_.clear();
-  buckets_.assign(other.buckets_.size(), nullptr);
+HashMap::HashMap(const HashMap& other) : buckets_(other.buckets_.size()) {
   for (std::size_t bucket = 0; bucket < buckets_.size(); ++bucket) {
     Node** end = &buckets_[bucket];
     for (const Node* node = other.buckets_[bucket]; node != nullptr; node = node->next) {
@@ -52,6 +41,16 @@ void HashMap::copyChains(const HashMap& other) {
     }
   }
 }
+
+HashMap& HashMap::operator=(const HashMap& other) {
+  if (&other == this) return *this;
+  HashMap copy(other);
+  buckets_.swap(copy.buckets_);
+  nodes_.swap(copy.nodes_);
+  return *this;
+}
+
+HashMap::~HashMap() = default;
 
 std::size_t HashMap::bucketOf(const char* name) const { return kyv_internal::cStringHash(name) % buckets_.size(); }
 

@@ -33,7 +33,8 @@ class KYV_EXPORT AdapterStatisticsMap {
 
     // Room for 100 entries: 193 buckets.
     HashMap();
-    // The copy has as many buckets, and the entries in the same order. Copying a map into itself does nothing.
+    // The copy has as many buckets, and the entries in the same order. Copying a map into itself does nothing. When
+    // memory is exhausted the target stays as it was.
     HashMap(const HashMap& other);
     HashMap& operator=(const HashMap& other);
     ~HashMap();
@@ -62,7 +63,6 @@ class KYV_EXPORT AdapterStatisticsMap {
     std::size_t bucketOf(const char* name) const;
     Node* nodeOf(const char* name, std::size_t bucket) const;
     void growFor(std::size_t entries);
-    void copyChains(const HashMap& other);
 
     std::vector<Node*> buckets_;  // the first of each
     std::deque<Node> nodes_;
