@@ -33,7 +33,7 @@ int getAdapterStatistics(AdapterStatisticsMapHandle* statistics, int capacity, c
     statistics->object->getStatisticsMap(map);
     int count = 0;
     for (const auto& [name, value] : map) {
-      if (count == capacity) break;
+      if (count >= capacity) break;
       names[count] = name;
       values[count++] = value;
     }

@@ -283,7 +283,7 @@ KYV_EXPORT void deleteAdapterStatisticsMap(AdapterStatisticsMapHandle* statistic
 KYV_EXPORT void* addAdapterStatistics(AdapterStatisticsMapHandle* statistics, const char* name, const char* value);
 /* Stores the names and values, at most `capacity` of each and in no order that means anything, and returns how many
  * there are. The texts are valid until cleanUpAdapterStatistics, a value until its name's next update. With a capacity
- * of 0 the arrays may be null. */
+ * of 0 or less the arrays may be null. */
 KYV_EXPORT int getAdapterStatistics(AdapterStatisticsMapHandle* statistics, int capacity, const char** names,
                                     const char** values);
 /* Removes all statistics and releases their texts. */

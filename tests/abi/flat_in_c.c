@@ -415,6 +415,7 @@ static void statistics(void) {
   names[1] = NULL;
   expectNumber("two names, though one is asked for", getAdapterStatistics(map, 1, names, values), 2);
   expectText("only one is stored", names[1], NULL);
+  expectNumber("none is stored", getAdapterStatistics(map, -1, NULL, NULL), 2);
   cleanUpAdapterStatistics(map);
   expectNumber("cleaned up", getAdapterStatistics(map, 2, names, values), 0);
   deleteAdapterStatisticsMap(map);
