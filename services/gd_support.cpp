@@ -13,6 +13,12 @@ constexpr const char* kServer = "localhost:0000";
 constexpr std::int32_t kUpsert = 7;
 constexpr std::int32_t kIntegerValue = 1;  // of an integer column
 
+// The text of the SDK's last failure; "" without one.
+const char* messageOf(kyv_error* error) {
+  const char* const message = error != nullptr ? kyv_error_get_message(error) : nullptr;
+  return message != nullptr ? message : "";
+}
+
 // The text of what fails during one operation: the last one stays.
 class FailureText {
  public:
@@ -36,8 +42,7 @@ class FailureText {
 }  // namespace
 
 int GDSupport::getError(char** text) const {
-  const char* const message = error != nullptr ? kyv_error_get_message(error) : nullptr;
-  if (text != nullptr) *text = kyv_internal::newText(message != nullptr ? message : "");
+  if (text != nullptr) *text = kyv_internal::newText(messageOf(error));
   return 1;
 }
 
@@ -143,7 +148,7 @@ bool GDSupport::readRows(kyv_subscriber_event* event, std::int64_t& key) {
     if (!readRow(row, key)) return false;
   }
   // Every call empties the error object first, so what is in it is why there is no next row.
-  return *kyv_error_get_message(error) == '\0';
+  return *messageOf(error) == '\0';
 }
 
 bool GDSupport::readRow(kyv_row_reader* row, std::int64_t& key) {

@@ -244,6 +244,16 @@ TEST(GDSupport, AFailureBehindTheLastRowIsOne) {
   connected.support.deleteGDSupport(nullptr);
 }
 
+TEST(GDSupport, ATextThatIsNotThereIsEmpty) {
+  Connected connected({kLong}, {{KYV_EVENT_ROWS, {{5}}}, {KYV_EVENT_END, {}}});
+  scriptedSdk().hasTexts = false;
+  EXPECT_EQ(connected.support.getLastProcessedGDKey(nullptr), 5);
+  failFrom("publisher_publish", 1);
+  EXPECT_EQ(connected.support.updateTruncateStream(6, false, connected.text.out()), 1);
+  EXPECT_EQ(connected.text.str(), "");
+  connected.support.deleteGDSupport(nullptr);
+}
+
 TEST(GDSupport, TheFirstFailingReleaseEndsDeleteAndTheRestStays) {
   const Calls releases = {"publisher_close", "publisher_free", "subscriber_close",
                           "subscriber_free", "uri_free",       "error_free"};

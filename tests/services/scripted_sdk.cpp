@@ -45,7 +45,9 @@ std::string with(const char* call, std::int64_t value) { return call + (' ' + st
 
 kyv_error_t* kyv_error_create() { return handle<kyv_error_t>(happens("error_create")); }
 std::int32_t kyv_error_free(kyv_error_t*) { return status("error_free"); }
-const char* kyv_error_get_message(kyv_error_t*) { return scriptedSdk().message.c_str(); }
+const char* kyv_error_get_message(kyv_error_t*) {
+  return scriptedSdk().hasTexts ? scriptedSdk().message.c_str() : nullptr;
+}
 
 std::int32_t kyv_sdk_start(kyv_error_t*) { return status("sdk_start"); }
 kyv_uri_t* kyv_uri_create_string(const char* text, kyv_error_t*) {

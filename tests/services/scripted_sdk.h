@@ -28,6 +28,7 @@ struct ScriptedSdk {
 
   std::vector<std::string> calls;  // without their "kyv_", with their values
   std::string message;             // of the last call, "CALL failed"
+  bool hasTexts = true;            // or null in their place
   std::size_t nextEvent = 0;
   std::size_t nextRow = 0;
 };
