@@ -171,12 +171,14 @@ TEST(GDSupport, AFailureWhileWritingEndsTheCallOnlyInItsFirstStepsAndItsLast) {
 }
 
 TEST(GDSupport, OfSeveralFailuresTheLastTextStays) {
-  Connected connected({kString, kString, kString});
-  failFrom("relative_rowwriter_set_null", 2);
-  EXPECT_EQ(connected.support.updateTruncateStream(1, false, connected.text.out()), 0);
-  EXPECT_EQ(connected.text.str(), "relative_rowwriter_set_null failed");
-  EXPECT_EQ(takeCalls().back(), "publisher_publish");
-  connected.support.deleteGDSupport(nullptr);
+  for (const char* failing : {"schema_get_column_type", "relative_rowwriter_set_null"}) {
+    Connected connected({kString, kString, kString});
+    failFrom(failing, kForever);
+    EXPECT_EQ(connected.support.updateTruncateStream(1, false, connected.text.out()), 0);
+    EXPECT_EQ(connected.text.str(), std::string(failing) + " failed");
+    EXPECT_EQ(takeCalls().back(), "publisher_publish") << failing;
+    connected.support.deleteGDSupport(nullptr);
+  }
 }
 
 TEST(GDSupport, TheLastLongOfTheLastRowIsTheKey) {
