@@ -20,11 +20,11 @@ fail() {
 expect() {
   local status=0 said
   said=$("${@:3}" 2>&1) || status=$?
-  [ "$status" = "$1" ] && [[ $said == *"$2"* ]] || fail "${*:3}: status $status, said '$said'"
+  if [ "$status" != "$1" ] || [[ $said != *"$2"* ]]; then fail "${*:3}: status $status, said '$said'"; fi
 }
 
-# Ten times the year's hours, their months and temperatures; every 7,000th line is bad.
-for _ in 1 2 3 4 5 6 7 8 9 10; do tail -n +2 "$weather"; done |
+# Five times the year's hours, their months and temperatures; every 7,000th line is bad.
+for _ in 1 2 3 4 5; do tail -n +2 "$weather"; done |
   awk -F , '{ printf "%d,%s,%.1f\n", NR, substr($1, 6, 2), $3 }' >good.csv
 { echo 'Id,Currency,Rate' && sed '7000~7000s/$/x/' good.csv; } >rates.csv
 sed -i 7000~7000d good.csv

@@ -133,6 +133,19 @@ std::optional<DeliveryKey> storedKey(EventStore& store, const std::string& adapt
   return key;
 }
 
+TEST_P(EventStoreTest, MakesNoProjectForWhoOnlyReads) {
+  ProjectAddress project = kyv_test::newProject();
+  project.ifMissing = IfMissing::Fail;
+  for (const bool isThere : {false, true}) {
+    Failure failure;
+    EXPECT_EQ(openStore(project, failure) != nullptr, isThere) << failure.message;
+    EXPECT_EQ(failure.code, isThere ? KYV_ERROR_NONE : KYV_ERROR_MISSING) << failure.message;
+    project.ifMissing = IfMissing::Create;
+    EXPECT_NE(openStore(project, failure), nullptr) << failure.message;
+    project.ifMissing = IfMissing::Fail;
+  }
+}
+
 TEST_P(EventStoreTest, KeepsDefinitionsOfStreams) {
   const auto store = openWith(kTable);
   const auto other = open();
