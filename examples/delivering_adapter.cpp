@@ -1,5 +1,5 @@
 // A complete inbound adapter: the lines of a file become rows of a stream, each once and in order, however often the
-// adapter is killed and started again. delivering_adapter.c is the same in C.
+// adapter is killed and started again. delivering_adapter_in_c.c is the same in C.
 //
 //   printf 'Id,Currency,Rate\n1,EUR,2.5\n2,USD,x\n3,GBP,0.8\n' >rates.csv
 //   delivering_adapter examples/rates 1 rates.csv
@@ -34,10 +34,10 @@ constexpr int kColumns = 3;
 constexpr const char* kNames[kColumns] = {"Id", "Currency", "Rate"};
 constexpr std::uint32_t kTypes[kColumns] = {DataTypes::kLong, DataTypes::kString, DataTypes::kFloat};
 
-// Tells the user a message of the catalogue, in the user's language.
+// A message of the catalogue, in the user's language.
 template <class... Texts>
-void say(const char* id, const Texts&... texts) {
-  std::cerr << DALVON::Kyv::ErrorUtility::getModuleErrors("internal-adapters")->getMessage(id, texts...) << '\n';
+std::string message(const char* id, const Texts&... texts) {
+  return DALVON::Kyv::ErrorUtility::getModuleErrors("internal-adapters")->getMessage(id, texts...);
 }
 
 struct Release {
@@ -92,6 +92,7 @@ class Server {
     return keepBooks(lastLine);
   }
 
+  const std::string& project() const { return project_; }
   std::string reason() const { return booksFault_ ? booksFault_.get() : kyv_error_get_message(error()); }
 
  private:
@@ -180,16 +181,23 @@ void count(AdapterStatisticsMap& statistics, std::int64_t published, std::int64_
   statistics.addStatistics("bad lines", std::to_string(bad).c_str());
 }
 
+void tell(ConnectionErrors& errors) {
+  if (!errors.empty()) std::cerr << errors.report() << '\n';
+  errors.clear();
+}
+
 // Publishes what the stream lacks of the file.
-Status deliver(Source& source, Server& server, std::int64_t key, AdapterStatisticsMap& statistics) {
+Status deliver(Source& source, Server& server, std::int64_t key, AdapterStatisticsMap& statistics,
+               ConnectionErrors& errors) {
   while (source.line() < key && source.nextLine()) {
   }
   std::int64_t published = 0;
-  ConnectionErrors errors;
   for (ConnectionRawTrans records; source.read(records, errors); records.clear()) {
-    if (!errors.empty()) std::cerr << errors.report() << '\n';  // before they are done: rather twice than never
-    errors.clear();
-    if (!server.publish(records, source.line())) return kServerFailed;
+    tell(errors);  // of bad lines, before they are done: rather twice, after a crash, than never
+    if (!server.publish(records, source.line())) {
+      errors.addGeneral(message("publishFailed", "Rates", server.reason()));
+      return kServerFailed;
+    }
     published += records.size();
     count(statistics, published, source.line() - key - published);
   }
@@ -197,24 +205,20 @@ Status deliver(Source& source, Server& server, std::int64_t key, AdapterStatisti
   return source.line() - key > published ? kBadLines : kDelivered;
 }
 
-Status run(const std::string& project, const std::string& number, const char* file) {
+Status run(Server& server, const char* file, AdapterStatisticsMap& statistics, ConnectionErrors& errors) {
   Source source(file);
-  Server server(project, number);
   std::int64_t key = 0;
   Status status = kFileFailed;
-  AdapterStatisticsMap statistics;
   if (source.fault().empty()) {
-    const bool ready = server.connect(std::string("delivering_adapter ") + file) && server.readKey(key);
-    if (key > 0) say("resumed", std::to_string(key));
-    status = ready ? deliver(source, server, key, statistics) : kServerFailed;
+    if (!server.connect(std::string("delivering_adapter ") + file) || !server.readKey(key)) {
+      errors.addGeneral(message("connectionFailed", server.project(), server.reason()));
+      return kServerFailed;
+    }
+    if (key > 0) std::cerr << message("resumed", std::to_string(key)) << '\n';
+    status = deliver(source, server, key, statistics, errors);
   }
-  if (status == kServerFailed) say("connectionFailed", project, server.reason());
   const std::string fault = source.fault().empty() ? "lines are missing" : source.fault();
-  if (status == kFileFailed) say("fileNotReadable", file, fault);
-  AdapterStatisticsMap::HashMap numbers;
-  statistics.getStatisticsMap(numbers);
-  for (const auto& [name, value] : numbers) std::cerr << name << ": " << value << '\n';
-  statistics.cleanUpData();
+  if (status == kFileFailed) errors.addGeneral(message("fileNotReadable", file, fault));
   return status;
 }
 
@@ -226,7 +230,16 @@ int main(int argc, char** argv) {
     return kWrongUsage;
   }
   try {
-    return run(argv[1], argv[2], argv[3]);
+    Server server(argv[1], argv[2]);
+    AdapterStatisticsMap statistics;
+    ConnectionErrors errors;
+    const Status status = run(server, argv[3], statistics, errors);
+    tell(errors);
+    AdapterStatisticsMap::HashMap numbers;
+    statistics.getStatisticsMap(numbers);
+    for (const auto& [name, value] : numbers) std::cerr << name << ": " << value << '\n';
+    statistics.cleanUpData();
+    return status;
   } catch (const std::exception& failure) {  // memory is exhausted
     std::cerr << failure.what() << '\n';
     return kServerFailed;

@@ -30,11 +30,19 @@ enum { kColumns = 3 };
 static const char* const kNames[kColumns] = {"Id", "Currency", "Rate"};
 static const unsigned int kTypes[kColumns] = {kLong, kString, kFloat};
 
-/* Tells the user a message of the catalogue, in the user's language. */
-static void say(const char* id, const char* about, const char* reason) {
+/* Collects a message of the catalogue, in the user's language. */
+static void complain(ConnectionErrorsHandle* errors, const char* id, const char* about, const char* reason) {
   char* const message = getL10NMessageWithTwoParams(id, about, reason);
-  fprintf(stderr, "%s\n", message != NULL ? message : id); /* null: memory is exhausted */
+  addGeneral(errors, message != NULL ? message : id); /* null: memory is exhausted */
   deleteL10NMessage(message);
+}
+
+/* Tells all that was collected, and forgets it. */
+static void tell(ConnectionErrorsHandle* errors) {
+  char* report = NULL;
+  getAdapterError(errors, &report);
+  if (report != NULL) fprintf(stderr, "%s\n", report);
+  deleteL10NMessage(report);
 }
 
 /* --- The server: after a failure it is good for nothing but to be closed ---------------------------------------- */
@@ -173,13 +181,6 @@ static void* convert(struct source* source, ConnectionRowHandle* row) {
   return toRow(row, (unsigned long)source->line, source->errors);
 }
 
-static void tellErrors(ConnectionErrorsHandle* errors) {
-  char* report = NULL;
-  getAdapterError(errors, &report);
-  if (report != NULL) fprintf(stderr, "%s\n", report);
-  deleteL10NMessage(report);
-}
-
 /* Appends the records of the next batch, and tells its bad lines; false without any line. Each line gives a record or a
  * message. Where one gave neither, memory is exhausted, and it must not pass for a bad one. */
 static bool readBatch(struct source* source, ConnectionRawTransHandle* records) {
@@ -193,7 +194,7 @@ static bool readBatch(struct source* source, ConnectionRawTransHandle* records) 
   const bool whole = row != NULL && source->line - before == told;
   if (!whole) source->fault = ENOMEM;
   freeConnectionRow(source->pool, row);
-  tellErrors(source->errors); /* before the others are published: rather twice, after a crash, than never */
+  tell(source->errors); /* before the others are published: rather twice, after a crash, than never */
   return whole && source->line > before;
 }
 
@@ -222,18 +223,26 @@ static void showStatistics(AdapterStatisticsMapHandle* statistics) {
   const char* values[2];
   const int have = getAdapterStatistics(statistics, 2, names, values);
   for (int i = 0; i < have; ++i) fprintf(stderr, "%s: %s\n", names[i], values[i]);
+  cleanUpAdapterStatistics(statistics); /* deleting the map leaves the texts */
+}
+
+static char* resumedBehind(int64_t key) {
+  char text[24];
+  snprintf(text, sizeof text, "%" PRId64, key);
+  return getL10NMessageWithParam("resumed", text);
 }
 
 /* Publishes what the stream lacks of the file. */
 static enum status deliver(struct source* source, struct server* server, int64_t key,
                            AdapterStatisticsMapHandle* shown) {
   ConnectionRawTransHandle* const records = createConnectionRawTrans();
-  bool done = records != NULL && shown != NULL;
+  bool done = records != NULL;
   int64_t published = 0;
   while (source->line < key && nextLine(source)) {
   }
   while (done && readBatch(source, records)) {
     done = publish(server, records, source->line);
+    if (!done) complain(source->errors, "publishFailed", "Rates", reasonOf(server));
     published += getConnectionRawTransSize(records);
     count(shown, published, source->line - key - published);
     clearConnectionRawTrans(records);
@@ -244,33 +253,38 @@ static enum status deliver(struct source* source, struct server* server, int64_t
   return source->line - key > published ? kBadLines : kDelivered;
 }
 
-static enum status run(const char* path, const char* number, const char* file) {
-  struct source source = {0};
-  struct server server = {0};
-  AdapterStatisticsMapHandle* const statistics = createAdapterStatisticsMap();
+static enum status run(struct source* source, struct server* server, char** arguments,
+                       AdapterStatisticsMapHandle* statistics) {
   enum status status = kFileFailed;
-  if (statistics == NULL) return kServerFailed;
-  if (openSource(&source, file)) {
+  if (openSource(source, arguments[2])) {
     int64_t key = 0;
-    const bool ready = connectServer(&server, path, number, file) && readKey(&server, &key);
-    char text[24];
-    snprintf(text, sizeof text, "%" PRId64, key);
-    if (key > 0) say("resumed", text, "");
-    status = ready ? deliver(&source, &server, key, statistics) : kServerFailed;
+    if (!connectServer(server, arguments[0], arguments[1], arguments[2]) || !readKey(server, &key)) {
+      complain(source->errors, "connectionFailed", arguments[0], reasonOf(server));
+      return kServerFailed;
+    }
+    char* const resumed = key > 0 ? resumedBehind(key) : NULL;
+    if (resumed != NULL) fprintf(stderr, "%s\n", resumed);
+    deleteL10NMessage(resumed);
+    status = deliver(source, server, key, statistics);
   }
-  if (status == kFileFailed)
-    say("fileNotReadable", file, source.fault != 0 ? strerror(source.fault) : "it is too short");
-  if (status == kServerFailed) say("connectionFailed", path, reasonOf(&server));
-  showStatistics(statistics);
-  cleanUpAdapterStatistics(statistics);
-  deleteAdapterStatisticsMap(statistics);
-  closeServer(&server);
-  closeSource(&source);
+  const char* const fault = source->fault != 0 ? strerror(source->fault) : "lines are missing";
+  if (status == kFileFailed) complain(source->errors, "fileNotReadable", arguments[2], fault);
   return status;
 }
 
 int main(int argc, char** argv) {
-  if (argc == 4) return run(argv[1], argv[2], argv[3]);
-  fprintf(stderr, "usage: delivering_adapter_in_c PROJECT NUMBER FILE\n");
-  return kWrongUsage;
+  if (argc != 4) {
+    fprintf(stderr, "usage: delivering_adapter_in_c PROJECT NUMBER FILE\n");
+    return kWrongUsage;
+  }
+  struct source source = {0};
+  struct server server = {0};
+  AdapterStatisticsMapHandle* const statistics = createAdapterStatisticsMap();
+  const enum status status = statistics != NULL ? run(&source, &server, argv + 1, statistics) : kServerFailed;
+  tell(source.errors);
+  if (statistics != NULL) showStatistics(statistics);
+  deleteAdapterStatisticsMap(statistics);
+  closeServer(&server);
+  closeSource(&source);
+  return status;
 }
