@@ -58,6 +58,7 @@ bool LoadPublisher::publish(const LoadBatch& batch, RunFault& fault) {
     fault = storeFault(failure, project_, stream_);
     const bool isOthers = failure.code == KYV_ERROR_REPLACED || failure.code == KYV_ERROR_HELD;
     if (!isOthers) fault.message += remains();
+    if (!isOthers && interrupted()) fault.status = ExitStatus::kInterrupted;
     return false;
   }
   stored_ = batch.end;
@@ -70,15 +71,17 @@ std::string LoadPublisher::remains() const {
   return "; published up to " + stored_->text() + ", and the same command goes on from there";
 }
 
-// The first time at once: most often a connection was lost, and the answer with it.
+// The first time at once, and although the run was interrupted: most often a connection was lost, and the answer with
+// it.
 bool LoadPublisher::publishAgain(const LoadBatch& batch, StoreFailure& failure) {
   const Clock::time_point end = Clock::now() + options_.retry;
   std::chrono::milliseconds pause = kFirstPause;
   Attempt last = Attempt::kFailed;
-  for (int attempts = 0; Clock::now() < end && !interrupted(); ++attempts) {
+  if (options_.retry.count() == 0) return false;
+  for (int attempts = 0; attempts == 0 || Clock::now() < end; ++attempts) {
     statistics_.countRetry();
     last = attempt(batch, failure);
-    if (last != Attempt::kFailed) break;
+    if (last != Attempt::kFailed || interrupted()) break;
     if (attempts == 0) {
       tell_(userMessage("publishRetried", {stream_, failure.message, std::to_string(options_.retry.count())}));
     }

@@ -151,6 +151,29 @@ TEST_F(LoadFaults, TriesUntilTheStoreTakesRowsAgain) {
   expectAll();
 }
 
+TEST_F(LoadFaults, AnInterruptEndsTheTrying) {
+  const pid_t child = startWithInput();
+  give(lines(0, 2));
+  waitForDelivery(2);
+  const rlimit none = {8192, RLIM_INFINITY};
+  ASSERT_EQ(prlimit(child, RLIMIT_FSIZE, &none, nullptr), 0);
+  give(lines(2, 2000));
+  waitFor([&] { return read(path("err")).find(". Trying for 30 s.") != std::string::npos; });
+  kill(child, SIGINT);
+  EXPECT_EQ(ended(child), 5);
+  EXPECT_THAT(read(path("err")), HasSubstr("; published up to row 2, and the same command goes on from there\n"));
+}
+
+TEST_F(LoadFaults, TwoAdaptersShareAStream) {
+  writeRows(3000);
+  const auto both =
+      run("load() { kyv load -q -s s.json --project p:1 --adapter $1 --batch 50 $1; }\n"
+          "cp in.csv a; sed s/name/other/ in.csv >b; load a & load b & wait -n && wait -n || exit\n"
+          "for i in a b; do kyv read -q --project p:1 --stream t | grep $([ $i = a ] && echo name || echo other) | "
+          "cmp - $i; done");
+  EXPECT_EQ(both.status, 0) << both.err;
+}
+
 TEST_F(LoadFaults, AnInterruptFinishesTheBatchInHand) {
   writeRows(20);
   for (const int signal : {SIGINT, SIGTERM}) {
