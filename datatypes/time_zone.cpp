@@ -109,7 +109,7 @@ std::vector<std::int64_t> Zone::Rules::changesOfDaylight(bool inForce) const {
 DaylightTable Zone::daylightTable() const {
   if (rules_ == nullptr) return {};
   const bool before = offsetAt(kFirstInstant).value_or(ZoneOffset{}).daylight;
-  const DaylightTable table(before, rules_->changesOfDaylight(before));
+  DaylightTable table(before, rules_->changesOfDaylight(before));
   // The changes that come every year are missing when there was no memory for their rules.
   constexpr std::int64_t kMonth = 30 * kSecondsPerDay;
   for (std::int64_t at = DaylightTable::kCycleEnd - kMonth; at > DaylightTable::kCycleEnd - 13 * kMonth; at -= kMonth) {
