@@ -151,7 +151,8 @@ KYV_EXPORT bool validate(ConnectionRowHandle* row, ConnectionErrorsHandle* error
 KYV_EXPORT void* getRow(ConnectionRowHandle* row);
 KYV_EXPORT int getRowSize(ConnectionRowHandle* row);
 
-/* A new record (free() releases it), or null with a message. `recordNo` is the caller's running record number. */
+/* A new record (free() releases it), or null with a message; null without one when memory is exhausted. `recordNo` is
+ * the caller's running record number. */
 KYV_EXPORT void* toRow(ConnectionRowHandle* row, unsigned long recordNo, ConnectionErrorsHandle* errors);
 /* Reads a record, which stays the caller's. False with a message on failure. */
 KYV_EXPORT bool fromRow(ConnectionRowHandle* row, void* record, unsigned long recordNo, ConnectionErrorsHandle* errors);
