@@ -25,15 +25,27 @@ const std::map<std::string, std::string> kDefaults = {
     {"keepalives_interval", "2"}, {"keepalives_count", "3"}, {"tcp_user_timeout", "10000"},
 };
 
+// Messages of the server end in a line feed, and may have several lines.
+std::string oneLine(const char* message) {
+  std::string line = message;
+  while (!line.empty() && line.back() == '\n') line.pop_back();
+  for (std::size_t at = line.find('\n'); at != std::string::npos; at = line.find('\n', at)) line.replace(at, 1, "; ");
+  return line;
+}
+
 using Options = std::map<std::string, std::string>;
 
 bool readOptions(const std::string& cluster, Options& options, Failure& failure) {
   char* text = nullptr;
+  errno = 0;
   const std::unique_ptr<PQconninfoOption, FreeOptions> parsed(PQconninfoParse(cluster.c_str(), &text));
   const std::unique_ptr<char, FreeText> reason(text);
+  if (parsed == nullptr && (reason == nullptr || errno == ENOMEM)) {
+    return fail(failure, KYV_ERROR_STORE, "out of memory");
+  }
   if (parsed == nullptr) {
     return fail(failure, KYV_ERROR_USAGE, "KYV_STORE_CLUSTER is no connection string: %s",
-                reason != nullptr ? reason.get() : "out of memory");
+                oneLine(reason.get()).c_str());
   }
   for (const PQconninfoOption* option = parsed.get(); option->keyword != nullptr; ++option) {
     if (option->val != nullptr) options[option->keyword] = option->val;
@@ -50,14 +62,6 @@ void rotate(std::string& list, std::size_t first) {
     const std::size_t comma = list.find(',');
     list = list.substr(comma + 1) + "," + list.substr(0, comma);
   }
-}
-
-// Messages of the server end in a line feed, and may have several lines.
-std::string oneLine(const char* message) {
-  std::string line = message;
-  while (!line.empty() && line.back() == '\n') line.pop_back();
-  for (std::size_t at = line.find('\n'); at != std::string::npos; at = line.find('\n', at)) line.replace(at, 1, "; ");
-  return line;
 }
 
 // Of the server, or of the client library where the server said nothing.

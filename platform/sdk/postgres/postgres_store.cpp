@@ -58,6 +58,8 @@ class PostgresStore : public EventStore {
   // unless that is Done.
   template <class Operation>
   bool run(Failure& failure, const Operation& operation);
+  template <class Operation>
+  Outcome attempt(Failure& failure, const Operation& operation);
   Outcome connect(Failure& failure);
   Outcome holdAgain(Failure& failure);
 
@@ -99,10 +101,7 @@ template <class Operation>
 bool PostgresStore::run(Failure& failure, const Operation& operation) {
   std::optional<Clock::time_point> until;
   for (;; std::this_thread::sleep_for(kPauseOfAttempts)) {
-    Outcome outcome = session_ != nullptr ? Outcome::Done : connect(failure);
-    if (outcome == Outcome::Done) outcome = operation();
-    if (session_ != nullptr && outcome != Outcome::Done) session_->connection().rollBack();
-    if (session_ != nullptr && session_->connection().isLost()) session_.reset();
+    const Outcome outcome = attempt(failure, operation);
     if (outcome == Outcome::Failed) return false;
     if (outcome == Outcome::Done) {
       failure = {};  // of attempts that were lost
@@ -114,6 +113,21 @@ bool PostgresStore::run(Failure& failure, const Operation& operation) {
   const std::string reason = failure.message;
   return fail(failure, KYV_ERROR_STORE, "the cluster was given up after %lld seconds: %s",
               static_cast<long long>(options_.wait / std::chrono::seconds(1)), reason.c_str());
+}
+
+// A session that memory was exhausted in may owe answers, or be in a transaction.
+template <class Operation>
+Outcome PostgresStore::attempt(Failure& failure, const Operation& operation) {
+  try {
+    Outcome outcome = session_ != nullptr ? Outcome::Done : connect(failure);
+    if (outcome == Outcome::Done) outcome = operation();
+    if (session_ != nullptr && outcome != Outcome::Done) session_->connection().rollBack();
+    if (session_ != nullptr && session_->connection().isLost()) session_.reset();
+    return outcome;
+  } catch (...) {
+    session_.reset();
+    throw;
+  }
 }
 
 Outcome PostgresStore::connect(Failure& failure) {
