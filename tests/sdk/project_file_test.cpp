@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <functional>
@@ -88,6 +90,26 @@ TEST_F(ProjectFileTest, OthersFilesAreRefusedAndLeftAsTheyAre) {
     EXPECT_NE(said.find(message), std::string::npos) << said;
     EXPECT_EQ(readAll(file()), before);
   }
+}
+
+TEST_F(ProjectFileTest, SaysWhatMayNotBeWritten) {
+  constexpr uid_t kNobody = 65534;
+  const auto whyNotAsAnybody = [] {
+    const uid_t user = geteuid();
+    EXPECT_EQ(seteuid(user == 0 ? kNobody : user), 0);
+    const std::string said = whyNot();
+    EXPECT_EQ(seteuid(user), 0);
+    return said;
+  };
+  const std::string name = "the project file '" + file().string() + "': ";
+  EXPECT_EQ(whyNot(), "");
+  chmod(file().parent_path().parent_path().c_str(), 0755);
+  chmod(file().c_str(), 0444);
+  EXPECT_EQ(whyNotAsAnybody(), name + "attempt to write a readonly database (Permission denied)");
+  fs::remove(file());
+  chmod(file().parent_path().c_str(), 0555);
+  EXPECT_EQ(whyNotAsAnybody(), name + "unable to open database file (Permission denied)");
+  chmod(file().parent_path().c_str(), 0755);  // so that it can be removed
 }
 
 TEST_F(ProjectFileTest, DamageIsReported) {

@@ -108,6 +108,7 @@ int runOnFullDisk(rlim_t size) {
   const bool told = failure.code == KYV_ERROR_STORE &&
                     failure.message.find("full." + std::to_string(size) + ".kyv") != std::string::npos;
   EXPECT_TRUE(done || told) << failure.message;
+  EXPECT_EQ(failure.message.find("Success"), std::string::npos) << failure.message;
   limitFiles(RLIM_INFINITY);
   expectPublished(steps);
   EXPECT_TRUE(steps.run(failure)) << "the same again, with room: " << failure.message;

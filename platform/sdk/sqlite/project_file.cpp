@@ -52,6 +52,15 @@ fs::path storeFolder(const Settings& settings) {
   return {};
 }
 
+// The number of the system's reason why this process may not write a file, or make it where it is not; 0 when it may.
+int whyNotWritable(const fs::path& file) {
+  const auto check = [](const fs::path& path) {
+    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? 0 : errno;
+  };
+  const int reason = check(file);
+  return reason == ENOENT ? check(file.parent_path()) : reason;
+}
+
 bool makeFolders(const fs::path& folder, Failure& failure) {
   fs::path made;
   for (const fs::path& part : folder) {
@@ -160,6 +169,13 @@ bool ProjectFile::run(const char* sql) {
   return sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
+// SQLite forgets that it may not write when it then tries to read, and has no system's reason for a full disk.
+std::string ProjectFile::cause(int code) const {
+  int reason = whyNotWritable(path_);
+  if (reason == 0 && code != SQLITE_READONLY) reason = sqlite3_system_errno(connection_.get());
+  return reason == 0 ? "" : " (" + systemText(reason) + ")";
+}
+
 bool ProjectFile::fails(Failure& failure) const {
   const int code = connection_ != nullptr ? sqlite3_errcode(connection_.get()) & 0xFF : SQLITE_NOMEM;
   const char* const path = path_.c_str();
@@ -174,8 +190,8 @@ bool ProjectFile::fails(Failure& failure) const {
     case SQLITE_IOERR:
     case SQLITE_CANTOPEN:
     case SQLITE_FULL:
-      return fail(failure, KYV_ERROR_STORE, "the project file '%s': %s (%s)", path, text,
-                  systemText(sqlite3_system_errno(connection_.get())).c_str());
+    case SQLITE_READONLY:
+      return fail(failure, KYV_ERROR_STORE, "the project file '%s': %s%s", path, text, cause(code).c_str());
     case SQLITE_CORRUPT:
     case SQLITE_OK:  // what must be there is not
     case SQLITE_ROW:

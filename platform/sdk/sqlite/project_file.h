@@ -54,6 +54,7 @@ class ProjectFile {
   bool keepLog(Failure& failure);
   bool create(Failure& failure);
   bool isInPlace(Failure& failure) const;
+  std::string cause(int code) const;
   void rollBack();
 
   std::string path_;  // as it was opened
