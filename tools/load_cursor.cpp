@@ -41,7 +41,7 @@ DoneRows LoadCursor::findDone(const ConvertedBlock& block) {
 }
 
 // False when the record's key is beyond those that the delivery has. The input must then have had all rows of its last
-// key, or none that is delivered: its beginning may be cut off.
+// key, or none of that key and of lower ones: its beginning may be cut off.
 bool LoadCursor::passDone(std::string_view record) {
   const std::int64_t key = keyOf(record);
   if (key == start_->key) ++startRows_;
