@@ -50,8 +50,11 @@ bool LoadRehearsal::look(std::optional<LoadPosition>& start, RunFault& fault) co
 bool LoadRehearsal::open(ProgressBar&, RunFault& fault) {
   std::optional<LoadPosition> start;
   if (!look(start, fault)) return false;
-  fault = {refuseStart(start, plan_.keyColumn.has_value(), plan_.adapter), ExitStatus::kUsage};
-  if (fault.happened()) return false;
+  const std::string refusal = refuseStart(start, plan_.keyColumn.has_value(), plan_.adapter);
+  if (!refusal.empty()) {
+    fault = {refusal, ExitStatus::kUsage};
+    return false;
+  }
   cursor_.emplace(plan_.keyColumn, start);
   tell(start ? "would resume after " + start->text() : "would begin with the first row");
   return true;

@@ -52,9 +52,9 @@ bool LoadSink::openDelivery(RunFault& fault) {
     fault = storeFault(failure, project_, plan_.schema.stream);
     return false;
   }
-  fault.message = refuseStart(start_, plan_.keyColumn.has_value(), plan_.adapter);
-  fault.status = ExitStatus::kUsage;
-  return !fault.happened();
+  const std::string refusal = refuseStart(start_, plan_.keyColumn.has_value(), plan_.adapter);
+  if (!refusal.empty()) fault = {refusal, ExitStatus::kUsage};
+  return refusal.empty();
 }
 
 bool LoadSink::openBookkeeping(RunFault& fault) {

@@ -157,6 +157,9 @@ TEST_F(LoadTool, RefusesWhatCannotBe) {
       {"[ ! -e store ]", 0, ""},
       {"load f; kyv load -s other.json --project p:1 f", 4, "kyv: stream 't' is there with another definition\n"},
       {"load --rejects f f", 2, "kyv: the rejected rows would replace the input\n"},
+      {"load --rejects none/r f", 3, "kyv: cannot write none/r: No such file or directory\n"},
+      {"printf 'x,a\n' >bad; load --adapter bad --rejects /dev/full bad", 3,
+       "kyv: cannot write /dev/full: No space left"},
       {"printf no-project >store/default/q.1.kyv; kyv load -s s.json --project q:1 f", 4,
        "q.1.kyv' is no project file\n"},
       {"KYV_STORE=none load f", 4, "kyv: Cannot connect to p:1: "},
@@ -215,7 +218,8 @@ TEST_F(LoadTool, KeepsBooks) {
       {("echo x,c >>f; echo 3,d >>f; load -q --bookkeeping books f" + books).c_str(), 0, "1,4,false\n"},
       {("load -q --bookkeeping books f" + books).c_str(), 0, "1,4,true\n"},
       {"load --adapter n --bookkeeping books f", 4,
-       "kyv: Rows up to 4 were delivered, but the delivery stands at -: the project has lost rows.\n"},
+       "kyv: Rows up to 4 were delivered, but the delivery stands at -: the project has lost rows, or the bookkeeping "
+       "belongs to another delivery.\n"},
       {"load --adapter n f; echo 4,e >>f; load --adapter n --bookkeeping books f", 0, "published 1"},
       {"load --bookkeeping books f", 4, "Rows up to 5 were delivered, but the delivery stands at row 4: "},
   });
