@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -377,13 +378,17 @@ TEST(GroupFaults, CollectorsAndStatistics) {
     return errors.report().starts_with("Parameter a parameter of some length: a message") ? nullptr : "another report";
   });
   struct Statistics : AdapterStatisticsMap {
+    Statistics() { seen.set("left over", "from before"); }
     ~Statistics() override { cleanUpData(); }
+    HashMap seen;
   };
   refuseAll<Statistics>("statistics", [](Statistics& statistics) -> Ending {
     for (const char* value : {"1", "2"}) {
       for (int i = 0; i < 200; ++i) statistics.addStatistics(std::to_string(i).c_str(), value);
     }
-    AdapterStatisticsMap::HashMap map;
+    AdapterStatisticsMap::HashMap& map = statistics.seen;
+    const auto entries = static_cast<std::size_t>(std::distance(map.begin(), map.end()));
+    if (entries == 0 || entries != map.size()) return "half of a map";
     statistics.getStatisticsMap(map);
     const char* const found = map.find("199");
     return map.size() == 200 && found != nullptr && std::strcmp(found, "2") == 0 ? nullptr : "other statistics";
