@@ -266,18 +266,23 @@ void addReadOptions(CLI::App& app, CommandOptions& options) {
   constexpr auto kMost = static_cast<std::uint64_t>(INT64_MAX);
   StreamReading& reading = options.reading;
   addProject(app, reading.project, "The project; it must be there");
-  app.add_option("--stream", reading.stream, "The stream; without it the project's streams are listed")
-      ->type_name("NAME");
+  CLI::Option* const stream =
+      app.add_option("--stream", reading.stream, "The stream; without it the project's streams are listed")
+          ->type_name("NAME");
   addOutput(app, options);
   addPrintForm(app, options);
-  addNumber(app, "--from", "Begin behind the row of this number", 0, kMost,
-            [&](std::uint64_t number) { reading.after = static_cast<std::int64_t>(number); });
-  addNumber(app, "--limit", "At most so many rows", 0, kMost, [&](std::uint64_t rows) { reading.end.limit = rows; });
-  app.add_flag("--follow", reading.end.follows, "Wait for more rows, until Ctrl-C");
+  addNumber(app, "--from", "Begin behind the row of this number", 0, kMost, [&](std::uint64_t number) {
+    reading.after = static_cast<std::int64_t>(number);
+  })->needs(stream);
+  addNumber(app, "--limit", "At most so many rows", 0, kMost, [&](std::uint64_t rows) {
+    reading.end.limit = rows;
+  })->needs(stream);
+  app.add_flag("--follow", reading.end.follows, "Wait for more rows, until Ctrl-C")->needs(stream);
   CLI::Option* const numbers =
-      app.add_flag("--numbers", reading.numbers, "Begin each line with the row's number and operation");
+      app.add_flag("--numbers", reading.numbers, "Begin each line with the row's number and operation")->needs(stream);
   app.add_option("--schema-out", reading.schemaOut, "Write the stream's schema, for convert and load, to a file")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->needs(stream);
   addFlag(app, "--header", options.text.header, true, "Begin with a line of column names");
   addSeparator(app, options);
   addService(app, options, "Begin each line with the stream's name and the operation: i, u, d or p");

@@ -202,6 +202,7 @@ TEST_F(Read, SaysInOneLineWhatIsWrong) {
       {"--project hr/people", 2, "--project: must be a path, a colon and a number"},
       {"--project :1", 2, "--project: must be a path, a colon and a number"},
       {"--project ../people:1", 2, "'kyv://localhost:0000/default/../people:1' is no project's address"},
+      {"--project hr/people:1 --follow", 2, "--follow requires --stream"},
       {"--project hr/people:1 --stream Log --from -1", 2, "--from: must be a whole number from 0"},
       {"--project hr/people:1 --stream Log --numbers --service", 2, "--numbers excludes --service"},
       {"--project hr/people:1 --stream Log --time-model RR", 2, "time model \"RR\""},
