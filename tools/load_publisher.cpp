@@ -32,7 +32,9 @@ std::string textOf(const std::optional<LoadPosition>& position) { return positio
 
 RunFault connectFault(const StoreFailure& failure, const std::string& project) {
   if (failure.code == KYV_ERROR_REFUSED) return {failure.message, ExitStatus::kServer};  // a definition
-  return {userMessage("connectionFailed", {project, failure.message}), ExitStatus::kServer};
+  const bool isUsage = failure.code == KYV_ERROR_USAGE;  // an address, or a setting, that cannot be
+  return {userMessage("connectionFailed", {project, failure.message}),
+          isUsage ? ExitStatus::kUsage : ExitStatus::kServer};
 }
 
 RunFault storeFault(const StoreFailure& failure, const LoadProject& project, const std::string& stream) {

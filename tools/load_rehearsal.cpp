@@ -24,6 +24,10 @@ bool isSameStream(const SchemaFile& left, const SchemaFile& right) {
          std::equal(left.columns.begin(), left.columns.end(), right.columns.begin(), right.columns.end(), isSame);
 }
 
+RunFault faultOf(const ReadProject& project, const std::string& name) {
+  return connectFault({project.isUsageError() ? KYV_ERROR_USAGE : KYV_ERROR_STORE, project.error()}, name);
+}
+
 }  // namespace
 
 void LoadRehearsal::tell(const std::string& line) const {
@@ -36,7 +40,7 @@ bool LoadRehearsal::look(std::optional<LoadPosition>& start, RunFault& fault) co
     if (project.isMissing()) {
       tell("there is no " + what + " yet");
     } else {
-      fault = connectFault({KYV_ERROR_STORE, project.error()}, project_);
+      fault = faultOf(project, project_);
     }
     return !fault.happened();
   };
