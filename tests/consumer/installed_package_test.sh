@@ -42,6 +42,8 @@ step "Building with the CMake package" "$cmake" --build "$work/build"
 step "Building C++ with pkg-config" \
   with_pkg_config "${CXX:-c++}" -std=c++20 "$here/consumer.cpp" -o "$work/pkg_config_cpp"
 step "Building C with pkg-config" with_pkg_config "${CC:-cc}" -std=c11 "$here/consumer.c" -o "$work/pkg_config_c"
+step "Building an adapter that delivers with pkg-config" \
+  with_pkg_config "${CXX:-c++}" -std=c++20 "$here/../../examples/delivering_adapter.cpp" -o "$work/delivering_adapter"
 for program in build/consumer_cpp build/consumer_c pkg_config_cpp pkg_config_c; do
   expect_output "$work/$program" "p 2.50"
 done
