@@ -30,9 +30,10 @@ RowConverter::LineKind RowConverter::kindOf(std::string_view row, FirstLine& fir
 void RowConverter::convert(std::string_view text, FirstLine firstLine, ConvertedBlock& out, std::size_t mostBytes) {
   out.clear();
   blockHoldsNul_ = text.find('\0') != std::string_view::npos;
+  const bool atOnce = !check_ && appendsRows();
   std::size_t& at = out.textBytes;
   while (at < text.size() && out.bytes() < mostBytes) {
-    const bool mayConvert = firstLine == FirstLine::kHeader || convertRows(text.substr(at), mostBytes, out);
+    const bool mayConvert = !atOnce || firstLine == FirstLine::kHeader || convertRows(text.substr(at), mostBytes, out);
     if (at == text.size() || out.bytes() >= mostBytes) break;
     const Extent extent = readRow(text.substr(at));
     const std::string_view row = text.substr(at, extent.size);
@@ -56,7 +57,6 @@ void RowConverter::convert(std::string_view text, FirstLine firstLine, Converted
 
 // What can be converted at once. False when the row behind that is known not to convert.
 bool RowConverter::convertRows(std::string_view text, std::size_t mostBytes, ConvertedBlock& out) {
-  if (check_) return true;
   const std::size_t room = mostBytes - (out.bytes() - out.output.size());
   const RowsDone done = appendRows(text, out.rows, out.output, room);
   out.rows += static_cast<std::uint32_t>(done.rows);

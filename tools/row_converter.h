@@ -109,7 +109,9 @@ class RowConverter {
   // Converts the row that was read last. False, with a message in `errors_`, leaves `out` as it was.
   virtual bool appendRow(std::string_view row, unsigned long recordNo, kyv::ByteBuffer& out) = 0;
   virtual bool skipsBlankLines() const = 0;
-  // Many rows at once, where that is faster: those at the start of a text that convert, until `out` holds `mostBytes`.
+  // Whether the rows of this block can be converted many at once: then by appendRows(), which converts those at the
+  // start of a text until one does not convert, or `out` holds `mostBytes`.
+  virtual bool appendsRows() const { return false; }
   struct RowsDone {
     std::size_t rows = 0;  // of a line each
     std::size_t bytes = 0;

@@ -154,9 +154,10 @@ class PlainRows final : public RowConverter {
     return line_.append(row, holdsNul(row), recordNo, errors_, out);
   }
 
+  bool appendsRows() const override { return !mayHoldNul() && line_.takesManyLines(); }
+
   RowsDone appendRows(std::string_view text, unsigned long recordNo, kyv::ByteBuffer& out,
                       std::size_t mostBytes) override {
-    if (mayHoldNul() || !line_.takesManyLines()) return {};
     const kyv::AppendedLines done = line_.appendMany(text, recordNo, errors_, out, mostBytes);
     return {done.lines, done.bytes, done.failed};
   }
