@@ -1,6 +1,7 @@
-// Guaranteed delivery through the SDK and its embedded store: what an adapter does before and after a restart.
+// Guaranteed delivery through the SDK and each store: what an adapter does before and after a restart.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <string>
@@ -12,14 +13,20 @@
 
 namespace {
 
-class GuaranteedDelivery : public testing::Test {
+class GuaranteedDelivery : public testing::TestWithParam<const char*> {
  protected:
+  void SetUp() override {
+    kyv_internal::Failure failure;
+    if (kyv_internal::openStore(kyv_test::newProject(), failure) == nullptr)
+      GTEST_SKIP() << "NOT TESTED: " << GetParam() << ": " << failure.message;
+  }
+
   // The bookkeeping stream, with a key column or without.
   void define(const char* name, const std::vector<std::int32_t>& key) {
     const char* const names[] = {"Key", "Truncate", "Id", "Comment"};
     const std::uint32_t types[] = {2, 10, 1, 5};
     kyv_sdk_start(nullptr);
-    kyv_uri_t* const uri = kyv_uri_create_string("kyv://localhost:0000/default/adapters/gd:1", nullptr);
+    kyv_uri_t* const uri = kyv_uri_create_string(("kyv://localhost:0000/default/" + path_ + ":1").c_str(), nullptr);
     kyv_project_t* const project = kyv_project_get(uri, nullptr, nullptr, nullptr);
     EXPECT_EQ(kyv_project_connect(project, nullptr), 0);
     EXPECT_NE(kyv_project_define_stream(project, name, 1, 4, names, types, static_cast<std::int32_t>(key.size()),
@@ -31,7 +38,7 @@ class GuaranteedDelivery : public testing::Test {
   // Runs an adapter that processes `count` records, and gives the key that it started from.
   long long run(const char* stream, int count) {
     char* error = nullptr;
-    GDSupportHandle* const support = createGDSupport(stream, "adapters/gd", 1, &error);
+    GDSupportHandle* const support = createGDSupport(stream, path_.c_str(), 1, &error);
     const long long start = getLastProcessedGDKey(support, &error);
     for (int i = 1; i <= count; ++i) EXPECT_EQ(updateTruncateStream(support, start + i, i % 2, &error), 0);
     EXPECT_EQ(getLastProcessedGDKey(support, &error), start + count);
@@ -40,11 +47,13 @@ class GuaranteedDelivery : public testing::Test {
     return start;
   }
 
+  const std::string path_ = "adapters/gd" + std::to_string(getpid());
+
  private:
-  const kyv_test::StoreFolder folder_;
+  const kyv_test::StoreFolder folder_{GetParam()};
 };
 
-TEST_F(GuaranteedDelivery, AnAdapterGoesOnWhereItStopped) {
+TEST_P(GuaranteedDelivery, AnAdapterGoesOnWhereItStopped) {
   define("Table", {2});
   define("Log", {});
   for (const char* const stream : {"Table", "Log"}) {
@@ -55,9 +64,9 @@ TEST_F(GuaranteedDelivery, AnAdapterGoesOnWhereItStopped) {
   }
 }
 
-TEST_F(GuaranteedDelivery, AMissingStreamGivesAHandleAndATextAndNothingCrashes) {
+TEST_P(GuaranteedDelivery, AMissingStreamGivesAHandleAndATextAndNothingCrashes) {
   char* error = nullptr;
-  GDSupportHandle* const support = createGDSupport("Missing", "adapters/gd", 1, &error);
+  GDSupportHandle* const support = createGDSupport("Missing", path_.c_str(), 1, &error);
   ASSERT_NE(support, nullptr);
   EXPECT_STREQ(error, "the project has no stream 'Missing'");
   deleteL10NMessage(error);
@@ -71,5 +80,8 @@ TEST_F(GuaranteedDelivery, AMissingStreamGivesAHandleAndATextAndNothingCrashes) 
   deleteGDSupport(support, &error);
   EXPECT_EQ(error, nullptr);
 }
+
+INSTANTIATE_TEST_SUITE_P(Stores, GuaranteedDelivery, testing::Values("sqlite", "postgres"),
+                         [](const auto& store) { return std::string(store.param); });
 
 }  // namespace
