@@ -16,6 +16,6 @@ step "Building with sanitizers" cmake --build --preset asan
 step "Testing with sanitizers" ctest --preset asan --parallel "$(nproc)"
 step "Configuring for the thread sanitizer" cmake --preset tsan
 step "Building what uses threads" cmake --build --preset tsan --target connection_tests datatypes_tests \
-  sdk_tests services_tests
+  sdk_tests services_tests load_test
 step "Testing threads" ctest --preset tsan --tests-regex SeveralThreads --no-tests=error
 exec ctest --preset dev --parallel "$(nproc)"

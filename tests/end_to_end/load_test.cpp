@@ -186,7 +186,7 @@ TEST_F(LoadTool, PublishesOperations) {
         "f:3: record 3: a stream without a key takes no updates and no deletes\n    t,u,1,c\n", "1,a 2,b 3,d ,e"}});
 }
 
-TEST_F(LoadTool, GivesTheSameWhateverTheThreadsAndBatches) {
+TEST_F(LoadTool, SeveralThreadsAndAnyBatchesGiveTheSame) {
   const std::string file = kyv_test::kDataDir + std::string("/birdstrikes.csv");
   ASSERT_EQ(run("kyv infer -q " + file + " >b.json; kyv convert -q -s b.json " + file + " -o expected").status, 0);
   int project = 0;
