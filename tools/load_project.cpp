@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "kyv/data_types.h"
 #include "project_uri.h"
 #include "record_header.h"
 
@@ -13,6 +14,14 @@ std::int32_t positionOf(const SchemaFile& schema, const std::string& column) {
   const auto found = std::find_if(schema.columns.begin(), schema.columns.end(),
                                   [&](const kyv::StreamColumn& candidate) { return candidate.name == column; });
   return static_cast<std::int32_t>(found - schema.columns.begin());
+}
+
+bool hasLong(kyv_schema_t* columns, kyv_error_t* error) {
+  const std::int32_t count = kyv_schema_get_numcolumns(columns, error);
+  for (std::int32_t i = 0; i < count; ++i) {
+    if (kyv_schema_get_column_type(columns, i, error) == static_cast<std::int32_t>(DataTypes::kLong)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -45,9 +54,16 @@ bool LoadProject::open(const SchemaFile& schema, StoreFailure& failure) {
   return writer_ != nullptr || fail(failure);
 }
 
-bool LoadProject::addStream(const SchemaFile& schema, StoreFailure& failure) {
-  if (kyv_project_get_stream(project_, schema.stream.c_str(), error_) != nullptr) return true;
-  return kyv_error_get_code(error_) == KYV_ERROR_MISSING ? defineStream(schema, failure) != nullptr : fail(failure);
+bool LoadProject::addBookkeeping(const SchemaFile& schema, StoreFailure& failure) {
+  kyv_stream_t* const stream = kyv_project_get_stream(project_, schema.stream.c_str(), error_);
+  if (stream == nullptr && kyv_error_get_code(error_) == KYV_ERROR_MISSING) {
+    return defineStream(schema, failure) != nullptr;
+  }
+  kyv_schema_t* const columns = stream != nullptr ? kyv_stream_get_schema(stream, error_) : nullptr;
+  if (columns == nullptr) return fail(failure);
+  if (hasLong(columns, error_)) return true;
+  failure = {KYV_ERROR_REFUSED, "--bookkeeping: stream \"" + schema.stream + "\" has no column of type long"};
+  return false;
 }
 
 kyv_stream_t* LoadProject::defineStream(const SchemaFile& schema, StoreFailure& failure) {

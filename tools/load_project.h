@@ -35,8 +35,8 @@ class LoadProject {
 
   // Connects, and makes the stream when it is not there; one of another definition is refused.
   [[nodiscard]] bool open(const SchemaFile& schema, StoreFailure& failure);
-  // Makes another stream unless one of its name is there, whatever its columns.
-  [[nodiscard]] bool addStream(const SchemaFile& schema, StoreFailure& failure);
+  // Makes the bookkeeping's stream unless one of its name is there; that needs a long column, which takes the key.
+  [[nodiscard]] bool addBookkeeping(const SchemaFile& schema, StoreFailure& failure);
 
   enum class Take { kIfFree, kAnyway };
   // Takes the delivery, and reads how far it has come.

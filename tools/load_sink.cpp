@@ -63,10 +63,10 @@ bool LoadSink::openBookkeeping(RunFault& fault) {
   StoreFailure failure;
   bookkeeping_.emplace();
   long long last = 0;
-  const bool opened = project_.addStream(LoadBookkeeping::schema(stream), failure) &&
+  const bool opened = project_.addBookkeeping(LoadBookkeeping::schema(stream), failure) &&
                       bookkeeping_->open(stream, options_.project, failure.message) &&
                       bookkeeping_->read(last, failure.message);
-  if (!opened) fault = {userMessage("connectionFailed", {stream, failure.message}), ExitStatus::kServer};
+  if (!opened) fault = connectFault(failure, stream);
   // 0 is what a stream without any key gives.
   if (opened && last != 0 && (!start_ || last > start_->key)) {
     fault = {userMessage("rowsLost", {std::to_string(last), start_ ? start_->text() : "-"}), ExitStatus::kServer};

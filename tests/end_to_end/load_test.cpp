@@ -223,6 +223,9 @@ TEST_F(LoadTool, KeepsBooks) {
        "belongs to another delivery.\n"},
       {"load --adapter n f; echo 4,e >>f; load --adapter n --bookkeeping books f", 0, "published 1"},
       {"load --bookkeeping books f", 4, "Rows up to 5 were delivered, but the delivery stands at row 4: "},
+      {R"(sed 's/"t"/"u"/; s/long/integer/' s.json >u.json; kyv load -q -s u.json --project p:1 f)", 1, ""},
+      {"load --adapter m --bookkeeping u f", 4, "kyv: --bookkeeping: stream \"u\" has no column of type long\n"},
+      {"kyv read -q --project p:1 --stream u | grep -c , >&2", 0, "4\n", "1,a 2,b 3,d 1,a 2,b 3,d 4,e"},
   });
 }
 
