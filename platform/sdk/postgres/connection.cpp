@@ -25,11 +25,16 @@ const std::map<std::string, std::string> kDefaults = {
     {"keepalives_interval", "2"}, {"keepalives_count", "3"}, {"tcp_user_timeout", "10000"},
 };
 
-// Messages of the server end in a line feed, and may have several lines.
-std::string oneLine(const char* message) {
-  std::string line = message;
-  while (!line.empty() && line.back() == '\n') line.pop_back();
-  for (std::size_t at = line.find('\n'); at != std::string::npos; at = line.find('\n', at)) line.replace(at, 1, "; ");
+// Messages of the server end in a line feed, and may have several lines, some of them indented.
+std::string oneLine(std::string_view message) {
+  std::string line;
+  while (!message.empty()) {
+    const std::size_t end = std::min(message.find('\n'), message.size());
+    const std::size_t begin = std::min(message.find_first_not_of(" \t"), end);
+    if (begin < end && !line.empty()) line += "; ";
+    line += message.substr(begin, end - begin);
+    message.remove_prefix(std::min(end + 1, message.size()));
+  }
   return line;
 }
 

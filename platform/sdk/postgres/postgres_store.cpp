@@ -111,7 +111,7 @@ bool PostgresStore::run(Failure& failure, const Operation& operation) {
     if (Clock::now() >= *until) break;
   }
   const std::string reason = failure.message;
-  return fail(failure, KYV_ERROR_STORE, "the cluster was given up after %lld seconds: %s",
+  return fail(failure, KYV_ERROR_STORE, "the cluster was given up after %lld s: %s",
               static_cast<long long>(options_.wait / std::chrono::seconds(1)), reason.c_str());
 }
 
