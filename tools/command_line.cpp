@@ -193,11 +193,14 @@ void addColour(CLI::App& app, CommandOptions& options) {
       ->check(check);
 }
 
+// A number has one spelling: guaranteed delivery, which takes it as an integer, would look for p:01 at p:1.
 std::string checkProject(const std::string& text) {
   const std::size_t colon = text.rfind(':');
-  const bool good = colon != std::string::npos && colon > 0 && colon + 1 < text.size() &&
-                    text.find_first_not_of("0123456789", colon + 1) == std::string::npos;
-  return good ? "" : "must be a path, a colon and a number, such as rates/live:1";
+  const bool isNumber = colon != std::string::npos && colon > 0 && colon + 1 < text.size() &&
+                        text.find_first_not_of("0123456789", colon + 1) == std::string::npos;
+  if (!isNumber) return "must be a path, a colon and a number, such as rates/live:1";
+  const bool hasLeadingZero = text[colon + 1] == '0' && colon + 2 < text.size();
+  return hasLeadingZero ? "the number must be without leading zeros" : "";
 }
 
 void addProject(CLI::App& app, std::string& project, const char* help) {

@@ -152,6 +152,7 @@ TEST_F(LoadTool, RefusesWhatCannotBe) {
       {"load f --dry-run --rejects r", 2, "excludes"},
       {"load f --batch 0", 2, "--batch: must be a whole number from 1 to 1000000"},
       {"kyv load -s s.json --project p f", 2, "--project: must be a path, a colon and a number"},
+      {"kyv load -s s.json --project p:01 f", 2, "kyv: --project: the number must be without leading zeros"},
       {"kyv load -s s.json --project /p:1 f", 2, "kyv: Cannot connect to /p:1: "},
       {"kyv load -s s.json --project /p:1 --dry-run f", 2, "kyv: Cannot connect to /p:1: "},
       {"kyv load -s s.json --project p:1 none", 3, "kyv: cannot read none: "},
@@ -222,6 +223,7 @@ TEST_F(LoadTool, KeepsBooks) {
        "kyv: Rows up to 4 were delivered, but the delivery stands at -: the project has lost rows, or the bookkeeping "
        "belongs to another delivery.\n"},
       {"load --adapter n f; echo 4,e >>f; load --adapter n --bookkeeping books f", 0, "published 1"},
+      {"kyv load -s s.json --project p:0 --bookkeeping books f", 1, "published 4"},
       {"load --bookkeeping books f", 4, "Rows up to 5 were delivered, but the delivery stands at row 4: "},
       {R"(sed 's/"t"/"u"/; s/long/integer/' s.json >u.json; kyv load -q -s u.json --project p:1 f)", 1, ""},
       {"load --adapter m --bookkeeping u f", 4, "kyv: --bookkeeping: stream \"u\" has no column of type long\n"},

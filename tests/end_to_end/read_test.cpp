@@ -200,6 +200,7 @@ TEST_F(Read, SaysInOneLineWhatIsWrong) {
     const char* message;  // behind "kyv: "
   } cases[] = {
       {"--project hr/people", 2, "--project: must be a path, a colon and a number"},
+      {"--project hr/people:01", 2, "--project: the number must be without leading zeros"},
       {"--project :1", 2, "--project: must be a path, a colon and a number"},
       {"--project ../people:1", 2, "'kyv://localhost:0000/default/../people:1' is no project's address"},
       {"--project hr/people:1 --follow", 2, "--follow requires --stream"},
