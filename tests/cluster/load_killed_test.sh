@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# load_killed_test.sh KYV: loads into the store on a cluster are killed with kill -9 again and again, and go on each time.
-# In the end the stream holds the file's rows once, in order and byte for byte.
+# load_killed_test.sh KYV: loads into the store on a cluster are killed with kill -9 again and again, and go on each
+# time. In the end the stream holds the file's rows once, in order and byte for byte.
 set -euo pipefail
 kyv=$(realpath "$1")
 cluster=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../scripts/cluster.sh")
@@ -52,7 +52,8 @@ kill_one() {
 
 # The stream must be the file.
 check() {
-  "$kyv" read -q --project "$batch:$1" --stream t | cmp - in.csv || { echo "project $batch:$1 is not the file"; exit 1; }
+  "$kyv" read -q --project "$batch:$1" --stream t | cmp - in.csv ||
+    { echo "project $batch:$1 is not the file"; exit 1; }
 }
 
 # How long a load takes that nobody kills, in microseconds.
