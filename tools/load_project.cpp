@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kyv/data_types.h"
+#include "load_messages.h"
 #include "project_uri.h"
 #include "record_header.h"
 
@@ -25,6 +26,10 @@ bool hasLong(kyv_schema_t* columns, kyv_error_t* error) {
 }
 
 }  // namespace
+
+StoreFailure otherDefinition(const std::string& stream) {
+  return {KYV_ERROR_REFUSED, userMessage("streamDiffers", {stream})};
+}
 
 LoadProject::~LoadProject() {
   if (publisher_ != nullptr) kyv_publisher_free(publisher_, error_);
@@ -78,8 +83,12 @@ kyv_stream_t* LoadProject::defineStream(const SchemaFile& schema, StoreFailure& 
   kyv_stream_t* const stream =
       kyv_project_define_stream(project_, schema.stream.c_str(), schema.id, static_cast<std::int32_t>(names.size()),
                                 names.data(), types.data(), static_cast<std::int32_t>(key.size()), key.data(), error_);
-  if (stream == nullptr) fail(failure);
-  return stream;
+  if (stream != nullptr) return stream;
+  fail(failure);
+  const bool isRefused = failure.code == KYV_ERROR_REFUSED;
+  const bool isThere = isRefused && kyv_project_get_stream(project_, schema.stream.c_str(), error_) != nullptr;
+  if (isThere) failure = otherDefinition(schema.stream);
+  return nullptr;
 }
 
 bool LoadProject::takeDelivery(Take how, std::optional<LoadPosition>& position, StoreFailure& failure) {

@@ -22,6 +22,9 @@ struct StoreFailure {
   std::string message;
 };
 
+// That a stream of this name is there and differs.
+StoreFailure otherDefinition(const std::string& stream);
+
 class LoadProject {
  public:
   LoadProject(std::string project, std::string adapter) : name_(std::move(project)), adapter_(std::move(adapter)) {}

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "complaint.h"
-#include "load_messages.h"
 #include "load_publisher.h"
 #include "read_project.h"
 
@@ -47,7 +46,7 @@ bool LoadRehearsal::look(std::optional<LoadPosition>& start, RunFault& fault) co
   if (!project.open(project_) || !project.readDelivery(plan_.adapter, start)) return lacks("project " + project_);
   SchemaFile there;
   if (!project.describe(plan_.schema.stream, there)) return lacks("stream " + plan_.schema.stream);
-  if (!isSameStream(there, plan_.schema)) fault = {userMessage("streamDiffers", {there.stream}), ExitStatus::kServer};
+  if (!isSameStream(there, plan_.schema)) fault = connectFault(otherDefinition(there.stream), project_);
   return !fault.happened();
 }
 

@@ -157,7 +157,7 @@ TEST_F(LoadTool, RefusesWhatCannotBe) {
       {"kyv load -s s.json --project /p:1 --dry-run f", 2, "kyv: Cannot connect to /p:1: "},
       {"kyv load -s s.json --project p:1 none", 3, "kyv: cannot read none: "},
       {"[ ! -e store ]", 0, ""},
-      {"load f; kyv load -s other.json --project p:1 f", 4, "kyv: stream 't' is there with another definition\n"},
+      {"load f; kyv load -s other.json --project p:1 f", 4, "kyv: Stream t is there with another definition.\n"},
       {"load --rejects f f", 2, "kyv: the rejected rows would replace the input\n"},
       {"load --rejects none/r f", 3, "kyv: cannot write none/r: No such file or directory\n"},
       {"printf 'x,a\n' >bad; load --adapter bad --rejects /dev/full bad", 3,
