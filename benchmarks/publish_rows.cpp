@@ -1,6 +1,6 @@
-// publish_rows RECORDS BATCH [TIMES]: publishes the trades of a file of records, so many times over, to a stream without
-// a key, a batch a publish, with a delivery key, through the SDK and the store that the environment chooses. Prints how
-// many rows it published, and the seconds of the clock that took.
+// publish_rows RECORDS BATCH [TIMES]: publishes the trades of a file of records, so many times over, to a stream
+// without a key, a batch a publish, with a delivery key, through the SDK and the store that the environment chooses.
+// Prints how many rows it published, and the seconds of the clock that took.
 
 #include <algorithm>
 #include <chrono>

@@ -185,9 +185,9 @@ void* ConnectionRowCsv::toRow(unsigned long recordNo, ConnectionErrors* errors) 
   return toRow(nullptr, recordNo, *errors);
 }
 
-bool ConnectionRowCsv::appendRow(std::string_view text, unsigned long recordNo, ConnectionErrors& errors,
+bool ConnectionRowCsv::appendRow(std::string_view line, unsigned long recordNo, ConnectionErrors& errors,
                                  kyv::ByteBuffer& out) {
-  return appendLine(text, true, recordNo, errors, out);
+  return appendLine(line, true, recordNo, errors, out);
 }
 
 // One that is known to be unusual goes the other way at once.

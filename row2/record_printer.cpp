@@ -34,6 +34,7 @@ std::string jsonKey(const char* name) {
 
 std::vector<ColumnType> typesOf(const ConnectionRowType& schema) {
   std::vector<ColumnType> types;
+  types.reserve(static_cast<std::size_t>(schema.getColumnCount()));
   for (int i = 0; i < schema.getColumnCount(); ++i) {
     types.push_back(kyv_internal::columnTypeOf(schema.getColumnType(i)));
   }

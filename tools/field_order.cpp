@@ -18,6 +18,7 @@ constexpr std::size_t kMostMessageBytes = 600;
 
 std::vector<std::string> namesOf(const kyv::StreamSchema& schema) {
   std::vector<std::string> names;
+  names.reserve(static_cast<std::size_t>(schema.getColumnCount()));
   for (int i = 0; i < schema.getColumnCount(); ++i) names.emplace_back(schema.getColumnName(i));
   return names;
 }

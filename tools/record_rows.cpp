@@ -107,6 +107,7 @@ std::unique_ptr<RowConverter> makeRecordRows(const kyv::StreamSchema& schema, co
 
 std::vector<kyv::RecordPrinter::Column> columnsOf(const kyv::StreamSchema& schema) {
   std::vector<kyv::RecordPrinter::Column> columns;
+  columns.reserve(static_cast<std::size_t>(schema.getColumnCount()));
   for (int i = 0; i < schema.getColumnCount(); ++i) columns.push_back({i, schema.getColumnName(i)});
   return columns;
 }

@@ -7,7 +7,7 @@ void report(kyv_error_t* error, Failure failure) {
 }
 
 Failure failureOf(const std::exception& exception) {
-  const Failure outOfMemory{KYV_ERROR_STORE, "out of memory"};  // so short that it needs none
+  Failure outOfMemory{KYV_ERROR_STORE, "out of memory"};  // so short that it needs none
   if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) return outOfMemory;
   try {
     return {KYV_ERROR_STORE, exception.what()};

@@ -150,7 +150,8 @@ bool SqliteStore::waitForRows(const StreamDefinition& stream, std::int64_t after
   constexpr std::chrono::nanoseconds kLongestPause = std::chrono::milliseconds(20);
   const auto until = Clock::now() + std::chrono::milliseconds(milliseconds);
   for (auto pause = kFirstPause;; pause = std::min(2 * pause, kLongestPause)) {
-    if (Transaction oneMoment(file_); true) {
+    {
+      Transaction oneMoment(file_);
       RowTable* const table = oneMoment.beginRead(failure) ? tableOf(stream, failure) : nullptr;
       if (table == nullptr || !prepareOn(*table, table->look, kLook, failure) ||
           !isThere(*table, after, there, failure)) {
