@@ -33,7 +33,7 @@ sed -i 7000~7000d good.csv
 run_and_kill() {
   local pause status
   kills=0
-  for pause in 0.01 0.03 0.05 0.08 0.11 0.14 0.17 0.2 0.25 0.3 0.35 0.4 0.5 0.7 1 2 60; do
+  for pause in 0.00{5,7,9} 0.0{11,13,15,18,21,25,3,4,6,8} 0.{11,15,2,3,5} 1 2 60; do
     status=0
     { timeout --signal=KILL $pause "$examples/$1" "$1" 1 rates.csv 2>said; } 2>/dev/null || status=$? # bash tells kills
     [ $status = 137 ] || break
